@@ -1,0 +1,32 @@
+# How everything here is compiled and linked.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+set(BLINDFOLD_SANITIZERS "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
+option(BLINDFOLD_FUZZERS "Build the fuzzers (clang only)" OFF)
+set(BLINDFOLD_SYSTEM_DOMAIN_DIRECTORY "/run/blindfold" CACHE STRING
+    "Where the sockets of the POSIX platform's services live")
+set(BLINDFOLD_DEVELOPMENT_SERVICE "app.blindfold.helper.dev" CACHE STRING
+    "The service name of the development deployment")
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  add_compile_options(-ffunction-sections -fdata-sections)
+endif()
+
+if(BLINDFOLD_SANITIZERS)
+  add_compile_options(-fsanitize=${BLINDFOLD_SANITIZERS} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${BLINDFOLD_SANITIZERS})
+endif()
+
+# Links a program the way it ships: alone, small and without symbols on Linux.
+function(blindfold_link_for_shipping target)
+  if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND CMAKE_BUILD_TYPE STREQUAL "Release"
+     AND NOT BLINDFOLD_SANITIZERS)
+    target_link_options(${target} PRIVATE -static -s -Wl,--gc-sections)
+  endif()
+endfunction()

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace blindfold {
+
+/// A value of a platform dictionary that is neither text nor an array: a number, a date, a
+/// dictionary, anything that this program never reads.
+struct OpaqueValue {
+  bool operator==(const OpaqueValue&) const = default;
+};
+
+/// An array of a platform dictionary; an element that is not text is absent.
+using ValueArray = std::vector<std::optional<std::string>>;
+
+/// A value of a platform dictionary (an info dictionary, a code signature's information), told
+/// apart only as far as this program's rules need it. Texts are UTF-8.
+using DictionaryValue = std::variant<OpaqueValue, std::string, ValueArray>;
+
+}  // namespace blindfold

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace blindfold {
+
+/// What kind of item a path names; `other` is everything that this program never asks for.
+enum class FileType { regular, directory, symbolicLink, other };
+
+/// An item's attributes, each absent when the platform did not tell it.
+struct FileAttributes {
+  std::optional<FileType> type;
+  std::optional<std::uint64_t> posixPermissions;
+
+  bool operator==(const FileAttributes&) const = default;
+};
+
+/// The file system, as far as this program looks at it. It only reads. Any thread may call; no
+/// operation throws, and none keeps anything between calls. Paths are bytes in the file system's
+/// own representation; one that holds a NUL byte names nothing.
+class FileManager {
+ public:
+  FileManager() = default;
+  FileManager(const FileManager&) = delete;
+  FileManager& operator=(const FileManager&) = delete;
+  virtual ~FileManager() = default;
+
+  /// Whether this process may execute the item at `path`, following symbolic links. A directory
+  /// that may be searched counts: the answer is the one of access(2) with X_OK.
+  virtual bool isExecutableFile(const std::string& path) const = 0;
+
+  /// The attributes of the item at `path` itself (a symbolic link is not followed), or nothing
+  /// when they cannot be read.
+  virtual std::optional<FileAttributes> attributesOfItem(const std::string& path) const = 0;
+
+  /// The process's current directory, an absolute path; "/" when it cannot be told.
+  virtual std::string currentDirectoryPath() const = 0;
+};
+
+}  // namespace blindfold
