@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -52,6 +53,11 @@ concept Record = std::is_aggregate_v<T> && requires { FieldTable<T>::fields; };
 
 template <Record T>
 inline constexpr std::size_t fieldCount = std::tuple_size_v<decltype(FieldTable<T>::fields)>;
+
+/// The names of the record's fields, in the order of its table.
+template <Record T>
+inline constexpr auto fieldNames = std::apply(
+    [](const auto&... field) { return std::array{field.name...}; }, FieldTable<T>::fields);
 
 namespace detail {
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -26,5 +27,54 @@ bool isValidUTF8(std::string_view bytes);
 
 /// `bytes` as valid UTF-8: each maximal invalid subpart becomes one U+FFFD.
 std::string repairUTF8(std::string_view bytes);
+
+namespace detail {
+
+/// The lead bytes from `first` to `last`: the length of what they begin, and what may follow them
+/// (further bytes are 80 to BF). This is the Unicode Standard's table of well-formed sequences.
+struct LeadBytes {
+  unsigned char first;
+  unsigned char last;
+  std::size_t length;
+  unsigned char secondFirst;
+  unsigned char secondLast;
+};
+
+inline constexpr std::array<LeadBytes, 8> leadBytes{{
+    {0xC2, 0xDF, 2, 0x80, 0xBF},
+    {0xE0, 0xE0, 3, 0xA0, 0xBF},
+    {0xE1, 0xEC, 3, 0x80, 0xBF},
+    {0xED, 0xED, 3, 0x80, 0x9F},
+    {0xEE, 0xEF, 3, 0x80, 0xBF},
+    {0xF0, 0xF0, 4, 0x90, 0xBF},
+    {0xF1, 0xF3, 4, 0x80, 0xBF},
+    {0xF4, 0xF4, 4, 0x80, 0x8F},
+}};
+
+constexpr CodePoint readSequence(std::string_view bytes, const LeadBytes& lead) {
+  char32_t value = static_cast<unsigned char>(bytes[0]) & (0xFFU >> (lead.length + 1));
+  for (std::size_t index = 1; index < lead.length; ++index) {
+    if (index == bytes.size()) return {replacementCharacter, index, false};
+    const auto byte = static_cast<unsigned char>(bytes[index]);
+    const unsigned char lowest = index == 1 ? lead.secondFirst : 0x80;
+    const unsigned char highest = index == 1 ? lead.secondLast : 0xBF;
+    if (byte < lowest || byte > highest) return {replacementCharacter, index, false};
+    value = value << 6U | (byte & 0x3FU);
+  }
+  return {value, lead.length, true};
+}
+
+}  // namespace detail
+
+constexpr CodePoint readCodePoint(std::string_view text, std::size_t position) {
+  const auto byte = static_cast<unsigned char>(text[position]);
+  if (byte < 0x80) return {byte, 1, true};
+  for (const detail::LeadBytes& lead : detail::leadBytes) {
+    if (byte >= lead.first && byte <= lead.last) {
+      return detail::readSequence(text.substr(position), lead);
+    }
+  }
+  return {replacementCharacter, 1, false};
+}
 
 }  // namespace blindfold
