@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <numeric>
 #include <optional>
 #include <string_view>
 #include <tuple>
@@ -27,14 +26,25 @@ namespace blindfold {
 
 namespace {
 
+/// Keys, each with what it is the key of.
+template <class T>
+using KeyedEntries = std::vector<std::pair<SortableKey, T>>;
+
+template <class T>
+constexpr void sortByKey(KeyedEntries<T>& entries) {
+  std::sort(entries.begin(), entries.end(),
+            [](const auto& left, const auto& right) { return left.first < right.first; });
+}
+
 /// The rows of the record's field table in the order of their keys.
 template <Record T>
 consteval auto rowsInKeyOrder() {
+  KeyedEntries<std::size_t> fields;
+  for (const std::string_view name : fieldNames<T>) fields.emplace_back(name, fields.size());
+  sortByKey(fields);
   std::array<std::size_t, fieldCount<T>> rows{};
-  std::iota(rows.begin(), rows.end(), std::size_t{0});
-  std::sort(rows.begin(), rows.end(), [](std::size_t left, std::size_t right) {
-    return compareKeys(fieldNames<T>[left], fieldNames<T>[right]) < 0;
-  });
+  std::transform(fields.begin(), fields.end(), rows.begin(),
+                 [](const auto& field) { return field.second; });
   return rows;
 }
 
@@ -74,14 +84,12 @@ class JSONWriter {
 
   template <class T>
   void write(const std::map<std::string, T>& map) {
-    std::vector<const std::pair<const std::string, T>*> entries;
+    KeyedEntries<T> entries;
     entries.reserve(map.size());
-    for (const auto& entry : map) entries.push_back(&entry);
-    std::sort(entries.begin(), entries.end(), [](const auto* left, const auto* right) {
-      return compareKeys(left->first, right->first) < 0;
-    });
+    for (const auto& [key, value] : map) entries.emplace_back(key, value);
+    sortByKey(entries);
     json_ += '{';
-    for (const auto* entry : entries) writeMember(entry->first, entry->second);
+    for (const auto& [key, value] : entries) writeMember(key.key(), value);
     json_ += '}';
   }
 

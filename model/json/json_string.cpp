@@ -104,7 +104,7 @@ std::string JSONString::text() const {
     rest.remove_prefix(plain.size());
     if (rest.empty()) return text;
     const JSONEscape escape = readJSONEscape(rest).value();
-    appendUTF8(text, escape.codePoint);
+    text += encodeUTF8(escape.codePoint).text();
     rest.remove_prefix(escape.length);
   }
 }

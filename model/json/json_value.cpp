@@ -3,12 +3,19 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "model/json/white_space.h"
+
 namespace blindfold {
 
 namespace {
 
-constexpr std::string_view whiteSpaceAndSeparators = " \t\n\r,:";
-constexpr std::string_view endsOfScalar = " \t\n\r,]}";
+bool isBetweenValues(char character) {
+  return isWhiteSpace(character) || character == ',' || character == ':';
+}
+
+bool endsScalar(char character) {
+  return isBetweenValues(character) || character == ']' || character == '}';
+}
 
 /// The length of the string that `text` begins with, quotation marks included.
 std::size_t lengthOfString(std::string_view text) {
@@ -43,14 +50,15 @@ std::size_t lengthOfValue(std::string_view text) {
     case '{':
       return lengthOfContainer(text);
     default:
-      return std::min(text.find_first_of(endsOfScalar), text.size());
+      return static_cast<std::size_t>(std::find_if(text.begin(), text.end(), endsScalar) -
+                                      text.begin());
   }
 }
 
 /// Takes the value that comes next off `rest`, which ends with a closing bracket; nothing when that
 /// is all that is left.
 std::optional<JSONValue> takeValue(std::string_view& rest) {
-  rest.remove_prefix(rest.find_first_not_of(whiteSpaceAndSeparators));
+  while (isBetweenValues(rest.front())) rest.remove_prefix(1);
   if (rest.front() == ']' || rest.front() == '}') return std::nullopt;
   const JSONValue value{rest.substr(0, lengthOfValue(rest))};
   rest.remove_prefix(value.text.size());

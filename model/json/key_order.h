@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <compare>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "model/text/ascii.h"
 #include "model/text/case_folding.h"
@@ -10,51 +13,60 @@
 
 namespace blindfold {
 
-namespace detail {
-
-/// What keys are compared by: a folded character, or a whole run of digits.
-struct KeyElement {
-  char32_t character;       ///< '0' stands for a run of digits.
-  std::string_view digits;  ///< The run without leading zeros, so that a longer one is larger.
-
-  constexpr std::strong_ordering operator<=>(const KeyElement& other) const {
-    if (const auto order = character <=> other.character; order != 0) return order;
-    if (const auto order = digits.size() <=> other.digits.size(); order != 0) return order;
-    return digits <=> other.digits;
+/// A key of an object, ready to be put in order: letters count regardless of case, runs of digits
+/// by their value (at the place of the digits among other characters), and a key comes before those
+/// that it begins; keys that differ in nothing else are told apart byte by byte.
+///
+/// It borrows the key, and holds bytes (the collation) whose plain order is that order: a long key
+/// is worked through once, however many others it is compared with. The order is total, on any
+/// bytes.
+class SortableKey {
+ public:
+  constexpr explicit SortableKey(std::string_view key) : key_(key) {
+    collation_.reserve(key.size());
+    while (!key.empty()) isDigit(key.front()) ? collateNumber(key) : collateCharacter(key);
   }
+
+  constexpr std::string_view key() const { return key_; }
+
+  constexpr std::strong_ordering operator<=>(const SortableKey&) const = default;
+
+ private:
+  /// Takes a run of digits off `rest`. It collates as a digit, the number's length and the number,
+  /// without leading zeros.
+  constexpr void collateNumber(std::string_view& rest) {
+    const auto end = std::find_if_not(rest.begin(), rest.end(), isDigit);
+    const auto first = std::find_if(rest.begin(), end, [](char digit) { return digit != '0'; });
+    collation_.push_back('0');
+    collateLength(static_cast<std::uint64_t>(end - first));
+    collation_.insert(collation_.end(), first, end);
+    rest.remove_prefix(static_cast<std::size_t>(end - rest.begin()));
+  }
+
+  /// A length is one byte if that is enough, and 0xFF and eight bytes if it is not.
+  constexpr void collateLength(std::uint64_t length) {
+    constexpr unsigned char lengthFollows = 0xFF;
+    if (length < lengthFollows) {
+      collation_.push_back(static_cast<unsigned char>(length));
+      return;
+    }
+    collation_.push_back(lengthFollows);
+    for (unsigned shift = 64; shift > 0; shift -= 8) {
+      collation_.push_back(static_cast<unsigned char>(length >> (shift - 8) & 0xFFU));
+    }
+  }
+
+  /// Takes a character off `rest`. It collates as the UTF-8 form of what it folds to: the bytes of
+  /// UTF-8 are in the order of the code points.
+  constexpr void collateCharacter(std::string_view& rest) {
+    const CodePoint codePoint = readCodePoint(rest, 0);
+    const UTF8Form folded = encodeUTF8(foldCase(codePoint.value));
+    collation_.insert(collation_.end(), folded.text().begin(), folded.text().end());
+    rest.remove_prefix(codePoint.length);
+  }
+
+  std::vector<unsigned char> collation_;
+  std::string_view key_;
 };
-
-/// Takes the first element off `key`, which must not be empty.
-constexpr KeyElement takeKeyElement(std::string_view& key) {
-  if (!isDigit(key.front())) {
-    const CodePoint codePoint = readCodePoint(key, 0);
-    key.remove_prefix(codePoint.length);
-    return {foldCase(codePoint.value), {}};
-  }
-  std::size_t end = 0;
-  while (end < key.size() && isDigit(key[end])) ++end;
-  std::size_t begin = 0;
-  while (begin < end && key[begin] == '0') ++begin;
-  const std::string_view digits = key.substr(begin, end - begin);
-  key.remove_prefix(end);
-  return {U'0', digits};
-}
-
-}  // namespace detail
-
-/// How keys of an object follow each other: letters regardless of case, runs of digits by their
-/// value (at the place of the digits among other characters), a key before those it begins, and
-/// byte by byte where that makes no difference. A total order, on any bytes.
-constexpr std::strong_ordering compareKeys(std::string_view left, std::string_view right) {
-  std::string_view leftRest = left;
-  std::string_view rightRest = right;
-  while (!leftRest.empty() && !rightRest.empty()) {
-    const detail::KeyElement leftElement = detail::takeKeyElement(leftRest);
-    const detail::KeyElement rightElement = detail::takeKeyElement(rightRest);
-    if (const auto order = leftElement <=> rightElement; order != 0) return order;
-  }
-  if (const auto order = leftRest.size() <=> rightRest.size(); order != 0) return order;
-  return left <=> right;
-}
 
 }  // namespace blindfold

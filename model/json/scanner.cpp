@@ -1,11 +1,11 @@
 #include "model/json/scanner.h"
 
-#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
 
 #include "model/json/decoding_error.h"
+#include "model/json/white_space.h"
 #include "model/text/ascii.h"
 #include "model/text/one_line.h"
 #include "model/text/utf8.h"
@@ -47,7 +47,7 @@ class Scanner {
   }
 
   void skipWhiteSpace() {
-    position_ = std::min(text_.find_first_not_of(" \t\n\r", position_), text_.size());
+    while (isWhiteSpace(peek())) ++position_;
   }
 
   /// Scans a value if it is a scalar, and only its opening bracket if it is not.

@@ -45,7 +45,7 @@ std::size_t appendPiece(std::string& line, std::string_view bytes, std::size_t p
   if (isControlCharacter(codePoint.value)) {
     appendUnicodeEscape(line, static_cast<char16_t>(codePoint.value));
   } else {
-    appendUTF8(line, codePoint.value);
+    line += encodeUTF8(codePoint.value).text();
   }
   return position + codePoint.length;
 }

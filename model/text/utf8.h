@@ -20,8 +20,16 @@ struct CodePoint {
 /// The code point at `position`, which must be within `text`.
 constexpr CodePoint readCodePoint(std::string_view text, std::size_t position);
 
-/// Adds the UTF-8 form of `codePoint`, a Unicode scalar value, to `text`.
-void appendUTF8(std::string& text, char32_t codePoint);
+/// The bytes that spell one code point.
+struct UTF8Form {
+  std::array<char, 4> bytes;
+  std::size_t length;
+
+  constexpr std::string_view text() const { return {bytes.data(), length}; }
+};
+
+/// The UTF-8 form of `codePoint`, a Unicode scalar value.
+constexpr UTF8Form encodeUTF8(char32_t codePoint);
 
 bool isValidUTF8(std::string_view bytes);
 
@@ -75,6 +83,19 @@ constexpr CodePoint readCodePoint(std::string_view text, std::size_t position) {
     }
   }
   return {replacementCharacter, 1, false};
+}
+
+constexpr UTF8Form encodeUTF8(char32_t codePoint) {
+  const auto leading = [codePoint](char32_t mark, unsigned shift) {
+    return static_cast<char>(mark | codePoint >> shift);
+  };
+  const auto continuing = [codePoint](unsigned shift) {
+    return static_cast<char>(0x80U | (codePoint >> shift & 0x3FU));
+  };
+  if (codePoint < 0x80) return {{leading(0, 0)}, 1};
+  if (codePoint < 0x800) return {{leading(0xC0, 6), continuing(0)}, 2};
+  if (codePoint < 0x10000) return {{leading(0xE0, 12), continuing(6), continuing(0)}, 3};
+  return {{leading(0xF0, 18), continuing(12), continuing(6), continuing(0)}, 4};
 }
 
 }  // namespace blindfold
