@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "model/json/decoding_error.h"
+
+namespace blindfold {
+
+/// What a decoding failed with.
+struct DecodingFailure {
+  DecodingError::Kind kind;
+  std::string text;
+
+  bool operator==(const DecodingFailure&) const = default;
+};
+
+inline std::ostream& operator<<(std::ostream& stream, const DecodingFailure& failure) {
+  return stream << "kind " << static_cast<int>(failure.kind) << ": " << failure.text;
+}
+
+/// What `decode` fails with, or nothing when it does not.
+inline std::optional<DecodingFailure> failureOf(const std::function<void()>& decode) {
+  try {
+    decode();
+    return std::nullopt;
+  } catch (const DecodingError& error) {
+    return DecodingFailure{error.kind(), error.what()};
+  }
+}
+
+}  // namespace blindfold
