@@ -10,16 +10,29 @@ namespace blindfold {
 
 /// One thread's loop over poll(2): posted work, timed work and file descriptors. Everything is
 /// called on that thread, so nothing here locks. Work and handlers may call every operation of the
-/// loop, and must not throw.
+/// loop but the two that run it, and must not throw. Each is let go of as soon as it has run or
+/// can run no more.
 class EventLoop final : public MainLoop, public TimedWorkQueue {
  public:
   EventLoop();
+
+  /// Lets go of all work and all handlers without calling them.
   ~EventLoop() override;
 
+  /// Work that is posted while a round runs is run in the next one.
   void post(std::function<void()> work) override;
+
   [[noreturn]] void run() override;
 
+  /// One round: runs the posted work, waits until there is something else to do, calls the handlers
+  /// of the ready descriptors, and runs the timed work that is due. The order lets an answer that
+  /// arrived before its time limit count, even when the process was stopped in between.
+  void runRound();
+
   std::shared_ptr<WorkItem> makeWorkItem(std::function<void()> work) override;
+
+  /// Delays are rounded up. One that is negative or not a number is none at all, and one of more
+  /// than a hundred years is a hundred years.
   void schedule(const std::shared_ptr<WorkItem>& item, double seconds) override;
 
   /// Calls `handler` with poll's `revents` whenever `descriptor` is ready for `events` (POLLIN,

@@ -10,6 +10,9 @@
 
 namespace blindfold {
 
+/// The bytes of a frame before its payload.
+inline constexpr std::size_t frameHeaderSize = 12;
+
 /// The most bytes that a frame may carry: 64 MiB.
 inline constexpr std::size_t maximumFramePayload = std::size_t{64} * 1024 * 1024;
 
@@ -44,7 +47,17 @@ class FrameReader {
   std::optional<Frame> next();
 
  private:
-  Bytes pending_;
+  struct Header {
+    FrameKind kind;
+    std::size_t length;
+  };
+
+  static Header decodeHeader(std::string_view bytes);
+
+  Bytes arrived_;                 // the end of the stream so far
+  std::size_t taken_ = 0;         // how many bytes at its beginning are in a frame already
+  std::optional<Header> header_;  // of the frame whose payload is being gathered
+  Bytes payload_;
 };
 
 }  // namespace blindfold
