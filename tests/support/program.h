@@ -5,6 +5,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -61,7 +62,7 @@ class RunningProgram {
   /// Kills the child, unless it has ended, and reaps it.
   ~RunningProgram();
 
-  pid_t pid() const { return pid_; }
+  pid_t pid() const;
 
   /// Waits until the child has written this line, newline included, to its captured standard
   /// output. False when the child closes it before, or `limit` passes.
@@ -75,20 +76,11 @@ class RunningProgram {
   ProgramResult wait();
 
  private:
-  using Clock = std::chrono::steady_clock;
-
+  class Child;
   friend ProgramResult runInChild(const std::function<void()>&, std::chrono::milliseconds);
-  RunningProgram(pid_t pid, int standardOutput, int standardError,
-                 std::chrono::milliseconds deadline);
-  bool readUntil(Clock::time_point limit, const std::function<bool()>& satisfied);
-  bool hasEnded();
+  explicit RunningProgram(std::unique_ptr<Child> child);
 
-  pid_t pid_ = -1;
-  int standardOutput_ = -1;
-  int standardError_ = -1;
-  Clock::time_point start_;
-  Clock::time_point deadline_;
-  ProgramResult result_;
+  std::unique_ptr<Child> child_;
 };
 
 /// Runs the program to its end.
@@ -97,9 +89,8 @@ ProgramResult runProgram(const std::vector<std::string>& arguments,
 
 /// Runs `function` in a forked copy of this process, whose two output streams are captured, and
 /// ends it with status 0 when `function` returns. The process must have one thread.
-ProgramResult runInChild(
-    const std::function<void()>& function,
-    std::chrono::milliseconds deadline = std::chrono::milliseconds{30'000});
+ProgramResult runInChild(const std::function<void()>& function,
+                         std::chrono::milliseconds deadline = std::chrono::milliseconds{30'000});
 
 /// A new, empty directory that goes away with everything in it. `path()` is absolute.
 class TemporaryDirectory {

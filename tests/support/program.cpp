@@ -1,0 +1,356 @@
+#include "tests/support/program.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <system_error>
+#include <utility>
+
+namespace blindfold {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t readSize = std::size_t{64} * 1024;
+
+[[noreturn]] void throwError(int error, const char* what) {
+  throw std::system_error(error, std::generic_category(), what);
+}
+
+int checked(int result, const char* what) {
+  if (result == -1) throwError(errno, what);
+  return result;
+}
+
+// The posix_spawn family returns its error.
+void checkedSpawn(int error, const char* what) {
+  if (error != 0) throwError(error, what);
+}
+
+/// An open descriptor of this process, or none.
+class Descriptor {
+ public:
+  Descriptor() = default;
+  explicit Descriptor(int number) : number_(number) {}
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
+  ~Descriptor() { close(); }
+
+  int number() const { return number_; }
+  bool isOpen() const { return number_ != -1; }
+  void close() {
+    if (isOpen()) ::close(std::exchange(number_, -1));
+  }
+
+ private:
+  int number_ = -1;
+};
+
+/// A pipe; neither end is inherited by a program.
+struct Pipe {
+  Descriptor readEnd;
+  Descriptor writeEnd;
+
+  Pipe() {
+    std::array<int, 2> ends{};
+    checked(pipe2(ends.data(), O_CLOEXEC), "pipe2");
+    readEnd = Descriptor(ends[0]);
+    writeEnd = Descriptor(ends[1]);
+    // Only the reader must never block; the flag belongs to this end of the pipe alone.
+    checked(fcntl(ends[0], F_SETFL, O_NONBLOCK), "fcntl");
+  }
+};
+
+/// What posix_spawn does in the child between fork and exec.
+class SpawnPlan {
+ public:
+  SpawnPlan() {
+    checkedSpawn(posix_spawn_file_actions_init(&actions_), "posix_spawn_file_actions_init");
+    checkedSpawn(posix_spawnattr_init(&attributes_), "posix_spawnattr_init");
+    sigset_t signals{};
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes_, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  SpawnPlan(const SpawnPlan&) = delete;
+  SpawnPlan& operator=(const SpawnPlan&) = delete;
+  ~SpawnPlan() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+
+  void open(int number, const std::string& path, int flags) {
+    checkedSpawn(posix_spawn_file_actions_addopen(&actions_, number, path.c_str(), flags, 0),
+                 "posix_spawn_file_actions_addopen");
+  }
+  void duplicate(const Descriptor& source, int number) {
+    checkedSpawn(posix_spawn_file_actions_adddup2(&actions_, source.number(), number),
+                 "posix_spawn_file_actions_adddup2");
+  }
+  void close(int number) {
+    checkedSpawn(posix_spawn_file_actions_addclose(&actions_, number),
+                 "posix_spawn_file_actions_addclose");
+  }
+  void closeFrom(int number) {
+    checkedSpawn(posix_spawn_file_actions_addclosefrom_np(&actions_, number),
+                 "posix_spawn_file_actions_addclosefrom_np");
+  }
+  void changeDirectory(const std::string& path) {
+    checkedSpawn(posix_spawn_file_actions_addchdir_np(&actions_, path.c_str()),
+                 "posix_spawn_file_actions_addchdir_np");
+  }
+
+  pid_t spawn(const std::vector<std::string>& arguments,
+              const std::optional<std::vector<std::string>>& environment) const {
+    pid_t pid = -1;
+    checkedSpawn(posix_spawn(&pid, arguments.at(0).c_str(), &actions_, &attributes_,
+                             pointers(arguments).data(),
+                             environment ? pointers(*environment).data() : environ),
+                 arguments[0].c_str());
+    return pid;
+  }
+
+ private:
+  static std::vector<char*> pointers(const std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    result.reserve(texts.size() + 1);
+    // The interface takes pointers to characters that it promises not to change.
+    for (const auto& text : texts) result.push_back(const_cast<char*>(text.c_str()));
+    result.push_back(nullptr);
+    return result;
+  }
+
+  posix_spawn_file_actions_t actions_{};
+  posix_spawnattr_t attributes_{};
+};
+
+std::optional<std::vector<std::string>> environmentTexts(const ProgramOptions& options) {
+  if (!options.environment) return std::nullopt;
+  std::vector<std::string> texts;
+  for (const auto& [name, value] : *options.environment) {
+    texts.push_back(name);
+    texts.back().append("=").append(value);
+  }
+  return texts;
+}
+
+enum class ReadOutcome { some, nothingNow, end };
+
+/// Appends what one read takes from the stream to `bytes`, and closes it when it is at its end.
+ReadOutcome readSome(Descriptor& stream, std::string& bytes) {
+  if (!stream.isOpen()) return ReadOutcome::end;
+  std::array<char, readSize> buffer{};
+  ssize_t count = -1;
+  while ((count = ::read(stream.number(), buffer.data(), buffer.size())) == -1) {
+    if (errno == EAGAIN) return ReadOutcome::nothingNow;
+    if (errno != EINTR) throwError(errno, "read");
+  }
+  if (count == 0) {
+    stream.close();
+    return ReadOutcome::end;
+  }
+  bytes.append(buffer.data(), static_cast<std::size_t>(count));
+  return ReadOutcome::some;
+}
+
+/// Appends everything that the stream still holds to `bytes`.
+void drain(Descriptor& stream, std::string& bytes) {
+  while (readSome(stream, bytes) == ReadOutcome::some) continue;
+}
+
+pollfd watchFor(const Descriptor& source) {
+  return {.fd = source.number(), .events = POLLIN, .revents = 0};
+}
+
+int pollTimeout(Clock::time_point limit) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now()).count();
+  return static_cast<int>(std::clamp<std::int64_t>(left, 0, 1'000'000));
+}
+
+}  // namespace
+
+class RunningProgram::Child {
+ public:
+  Child(pid_t pid, Descriptor standardOutput, Descriptor standardError, Clock::time_point start,
+        std::chrono::milliseconds deadline)
+      : pid_(pid),
+        standardOutput_(std::move(standardOutput)),
+        standardError_(std::move(standardError)),
+        start_(start),
+        deadline_(start + deadline),
+        process_(checked(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)), "pidfd_open")) {}
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() {
+    if (reaped_) return;
+    kill(pid_, SIGKILL);
+    while (waitpid(pid_, nullptr, 0) == -1 && errno == EINTR) continue;
+  }
+
+  pid_t pid() const { return pid_; }
+
+  bool waitForOutputLine(std::string_view line, Clock::time_point limit) {
+    const auto written = [&] {
+      return ("\n" + result_.standardOutput).find("\n" + std::string(line) + "\n") !=
+             std::string::npos;
+    };
+    while (!written()) {
+      if (!standardOutput_.isOpen() || Clock::now() >= limit) return false;
+      readOrWait(limit);
+    }
+    return true;
+  }
+
+  ProgramResult wait() {
+    while (!ended_ && Clock::now() < deadline_) readOrWait(deadline_);
+    if (!ended_) {
+      result_.deadlineExpired = true;
+      kill(pid_, SIGKILL);
+    }
+    int status = 0;
+    while (waitpid(pid_, &status, 0) == -1) {
+      if (errno != EINTR) throwError(errno, "waitpid");
+    }
+    reaped_ = true;
+    result_.wallSeconds = std::chrono::duration<double>(Clock::now() - start_).count();
+    // What it wrote last may have come after the last look; a grandchild may still hold the streams
+    // open, so their end is not waited for.
+    drain(standardOutput_, result_.standardOutput);
+    drain(standardError_, result_.standardError);
+    if (WIFEXITED(status)) result_.exitStatus = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) result_.signal = WTERMSIG(status);
+    return std::move(result_);
+  }
+
+ private:
+  /// Waits for output or the child's end, not past `limit`, and takes what there is.
+  void readOrWait(Clock::time_point limit) {
+    // A closed stream has the number -1, which poll ignores.
+    std::array<pollfd, 3> sources{watchFor(standardOutput_), watchFor(standardError_),
+                                  watchFor(process_)};
+    const int count = poll(sources.data(), sources.size(), pollTimeout(limit));
+    if (count == -1 && errno != EINTR) throwError(errno, "poll");
+    if (count <= 0) return;
+    // One read each, so that a child that never stops writing still meets its deadline.
+    readSome(standardOutput_, result_.standardOutput);
+    readSome(standardError_, result_.standardError);
+    if (sources[2].revents == 0) return;
+    ended_ = true;
+    process_.close();
+  }
+
+  pid_t pid_;
+  Descriptor standardOutput_;
+  Descriptor standardError_;
+  Clock::time_point start_;
+  Clock::time_point deadline_;
+  /// Readable once the child has ended.
+  Descriptor process_;
+  bool ended_ = false;
+  bool reaped_ = false;
+  ProgramResult result_;
+};
+
+RunningProgram::RunningProgram(std::unique_ptr<Child> child) : child_(std::move(child)) {}
+RunningProgram::RunningProgram(RunningProgram&& other) noexcept = default;
+RunningProgram::~RunningProgram() = default;
+
+RunningProgram::RunningProgram(const std::vector<std::string>& arguments,
+                               const ProgramOptions& options) {
+  Pipe output;
+  Pipe error;
+  SpawnPlan plan;
+  plan.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  plan.duplicate(error.writeEnd, STDERR_FILENO);
+  if (const auto* target = std::get_if<OutputToPath>(&options.standardOutput)) {
+    plan.open(STDOUT_FILENO, target->path, O_WRONLY);
+  } else {
+    plan.duplicate(output.writeEnd, STDOUT_FILENO);
+  }
+  if (std::holds_alternative<ClosedOutput>(options.standardOutput)) plan.close(STDOUT_FILENO);
+  plan.closeFrom(STDERR_FILENO + 1);
+  if (options.workingDirectory) plan.changeDirectory(*options.workingDirectory);
+
+  const auto start = Clock::now();
+  const pid_t pid = plan.spawn(arguments, environmentTexts(options));
+  child_ = std::make_unique<Child>(pid, std::move(output.readEnd), std::move(error.readEnd), start,
+                                   options.deadline);
+}
+
+pid_t RunningProgram::pid() const {
+  return child_->pid();
+}
+
+bool RunningProgram::waitForOutputLine(std::string_view line, std::chrono::milliseconds limit) {
+  return child_->waitForOutputLine(line, Clock::now() + limit);
+}
+
+void RunningProgram::sendSignal(int signal) const {
+  checked(kill(child_->pid(), signal), "kill");
+}
+
+ProgramResult RunningProgram::wait() {
+  return child_->wait();
+}
+
+ProgramResult runProgram(const std::vector<std::string>& arguments, const ProgramOptions& options) {
+  return RunningProgram(arguments, options).wait();
+}
+
+ProgramResult runInChild(const std::function<void()>& function,
+                         std::chrono::milliseconds deadline) {
+  Pipe output;
+  Pipe error;
+  // What is buffered here would be written a second time by the copy.
+  std::cout.flush();
+  std::fflush(nullptr);
+  const auto start = Clock::now();
+  const pid_t pid = checked(fork(), "fork");
+  if (pid == 0) {
+    dup2(output.writeEnd.number(), STDOUT_FILENO);
+    dup2(error.writeEnd.number(), STDERR_FILENO);
+    const rlimit noCore{.rlim_cur = 0, .rlim_max = 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+    // An exception leaves this noexcept function, as it would leave `main`: the child is aborted.
+    [&]() noexcept { function(); }();
+    std::cout.flush();
+    std::fflush(nullptr);
+    _exit(EXIT_SUCCESS);
+  }
+  return RunningProgram(std::make_unique<RunningProgram::Child>(pid, std::move(output.readEnd),
+                                                                std::move(error.readEnd), start,
+                                                                deadline))
+      .wait();
+}
+
+TemporaryDirectory::TemporaryDirectory()
+    : path_((std::filesystem::temp_directory_path() / "blindfold-XXXXXX").string()) {
+  if (mkdtemp(path_.data()) == nullptr) throwError(errno, "mkdtemp");
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+}  // namespace blindfold
