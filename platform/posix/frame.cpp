@@ -147,8 +147,9 @@ std::optional<Frame> FrameReader::next() {
   payload_.append(arrived_, taken_, part);
   taken_ += part;
   if (payload_.size() < header_->length) return std::nullopt;
-  const FrameKind kind = std::exchange(header_, std::nullopt)->kind;
-  return Frame{kind, std::exchange(payload_, {})};
+  Frame frame{header_->kind, std::exchange(payload_, {})};
+  header_.reset();
+  return frame;
 }
 
 FrameReader::Header FrameReader::decodeHeader(std::string_view bytes) {

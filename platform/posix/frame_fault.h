@@ -50,7 +50,8 @@ inline constexpr std::array<FrameFaultDescription, 13> frameFaults{{
 
 /// The error that reports `fault`.
 inline PlatformError platformError(FrameFault fault) {
-  return PlatformError(std::string(frameFaults[static_cast<std::size_t>(fault)].text));
+  const std::string_view text = frameFaults[static_cast<std::size_t>(fault)].text;
+  return PlatformError{std::string(text)};
 }
 
 }  // namespace blindfold
