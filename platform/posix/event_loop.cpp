@@ -97,14 +97,6 @@ class EventLoop::State {
 
   void unwatch(int descriptor) { const auto dropped = watches_.extract(descriptor); }
 
-  void runPostedWork() {
-    for (auto left = posted_.size(); left > 0; --left) {
-      const auto work = std::move(posted_.front());
-      posted_.pop_front();
-      work();
-    }
-  }
-
   // Waits for the descriptors, and no longer than until other work is to be done.
   void serveDescriptors() {
     const int timeout = pollTimeout();
@@ -127,6 +119,14 @@ class EventLoop::State {
     while (!timetable_.empty() && timetable_.begin()->first <= now) {
       const auto item = timetable_.begin()->second->leaveTimetable();
       const auto work = item->takeWork();
+      work();
+    }
+  }
+
+  void runPostedWork() {
+    for (auto left = posted_.size(); left > 0; --left) {
+      const auto work = std::move(posted_.front());
+      posted_.pop_front();
       work();
     }
   }
@@ -175,9 +175,9 @@ void EventLoop::run() {
 }
 
 void EventLoop::runRound() {
-  state_->runPostedWork();
   state_->serveDescriptors();
   state_->runDueWork();
+  state_->runPostedWork();
 }
 
 std::shared_ptr<WorkItem> EventLoop::makeWorkItem(std::function<void()> work) {

@@ -19,14 +19,14 @@ class EventLoop final : public MainLoop, public TimedWorkQueue {
   /// Lets go of all work and all handlers without calling them.
   ~EventLoop() override;
 
-  /// Work that is posted while a round runs is run in the next one.
+  /// Work that is posted by posted work runs in the next round, which does not wait.
   void post(std::function<void()> work) override;
 
   [[noreturn]] void run() override;
 
-  /// One round: runs the posted work, waits until there is something else to do, calls the handlers
-  /// of the ready descriptors, and runs the timed work that is due. The order lets an answer that
-  /// arrived before its time limit count, even when the process was stopped in between.
+  /// One round: waits until there is something to do, calls the handlers of the descriptors that
+  /// are ready, runs the timed work that is due, and runs the posted work. In this order an answer
+  /// that arrived before its time limit counts, even when the process was stopped in between.
   void runRound();
 
   std::shared_ptr<WorkItem> makeWorkItem(std::function<void()> work) override;

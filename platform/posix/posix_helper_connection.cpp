@@ -171,6 +171,7 @@ std::unique_ptr<HelperProxy> PosixHelperConnection::remoteObjectProxy(
 void PosixHelperConnection::send(const HelperMessage& message, ReplyHandler reply,
                                  ProxyErrorHandler errorHandler) {
   if (std::exchange(hasMessage_, true)) throw PlatformError("A connection carries one message.");
+  if (!socket_) return;  // nobody will answer, and a handler that says so has its turn
   outgoing_ = encodeFrame({FrameKind::request, encodeMessage(message)});
   replyHandler_ = std::move(reply);
   errorHandler_ = std::move(errorHandler);
