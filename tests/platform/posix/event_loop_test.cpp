@@ -440,7 +440,7 @@ volatile std::sig_atomic_t signalCount = 0;
 class SignalStorm {
  public:
   SignalStorm() {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = [](int) { signalCount = signalCount + 1; };
     sigaction(SIGALRM, &action, nullptr);
     setInterval(1000);
