@@ -1,0 +1,154 @@
+#include "platform/posix/posix_file_manager.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include "platform/posix/file_descriptor.h"
+#include "tests/support/program.h"
+
+namespace blindfold {
+namespace {
+
+class PosixFileManagerTest : public testing::Test {
+ protected:
+  std::string pathOf(const std::string& name) const { return directory_.path() + '/' + name; }
+
+  // Makes a file with this mode, which the umask does not change.
+  std::string makeFile(const std::string& name, mode_t mode) const {
+    const std::string path = pathOf(name);
+    std::ofstream(path) << "#!/bin/sh\n";
+    EXPECT_EQ(chmod(path.c_str(), mode), 0);
+    return path;
+  }
+
+  FileType typeOf(const std::string& path) const {
+    return fileManager_.attributesOfItem(path).value().type.value();
+  }
+
+  const PosixFileManager fileManager_;
+  const TemporaryDirectory directory_;
+};
+
+TEST_F(PosixFileManagerTest, AFileThatMayBeExecutedIsExecutable) {
+  EXPECT_TRUE(fileManager_.isExecutableFile(makeFile("tool", 0755)));
+}
+
+TEST_F(PosixFileManagerTest, AFileThatMayNotBeExecutedIsNotExecutable) {
+  EXPECT_FALSE(fileManager_.isExecutableFile(makeFile("tool", 0644)));
+}
+
+TEST_F(PosixFileManagerTest, AMissingFileIsNotExecutable) {
+  EXPECT_FALSE(fileManager_.isExecutableFile(pathOf("tool")));
+  EXPECT_FALSE(fileManager_.isExecutableFile(""));
+}
+
+TEST_F(PosixFileManagerTest, ADirectoryThatMayBeSearchedCountsAsExecutable) {
+  EXPECT_TRUE(fileManager_.isExecutableFile(directory_.path()));
+}
+
+TEST_F(PosixFileManagerTest, AnExecutableIsFoundBehindASymbolicLink) {
+  makeFile("tool", 0755);
+  std::filesystem::create_symlink("tool", pathOf("link"));
+  EXPECT_TRUE(fileManager_.isExecutableFile(pathOf("link")));
+}
+
+TEST_F(PosixFileManagerTest, APathWithANULByteNamesNothing) {
+  const std::string path = makeFile("tool", 0755) + std::string("\0x", 2);
+  EXPECT_FALSE(fileManager_.isExecutableFile(path));
+  EXPECT_EQ(fileManager_.attributesOfItem(path), std::nullopt);
+}
+
+TEST_F(PosixFileManagerTest, EachTypeIsToldFromTheOthers) {
+  EXPECT_EQ(typeOf(makeFile("file", 0644)), FileType::regular);
+  EXPECT_EQ(typeOf(directory_.path()), FileType::directory);
+  ASSERT_EQ(mkfifo(pathOf("fifo").c_str(), 0600), 0);
+  EXPECT_EQ(typeOf(pathOf("fifo")), FileType::other);
+  EXPECT_EQ(typeOf("/dev/null"), FileType::other);
+}
+
+TEST_F(PosixFileManagerTest, ASocketIsOfAnotherType) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  pathOf("socket").copy(address.sun_path, sizeof address.sun_path - 1);
+  const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(typeOf(pathOf("socket")), FileType::other);
+}
+
+TEST_F(PosixFileManagerTest, ASymbolicLinkIsNotFollowed) {
+  std::filesystem::create_symlink(makeFile("file", 0644), pathOf("link"));
+  EXPECT_EQ(typeOf(pathOf("link")), FileType::symbolicLink);
+  std::filesystem::create_symlink("nowhere", pathOf("dangling"));
+  EXPECT_EQ(typeOf(pathOf("dangling")), FileType::symbolicLink);
+}
+
+TEST_F(PosixFileManagerTest, EveryPermissionBitIsTold) {
+  const std::string path = makeFile("file", 0);
+  for (mode_t mode = 0; mode <= 07777; ++mode) {
+    ASSERT_EQ(chmod(path.c_str(), mode), 0);
+    const auto attributes = fileManager_.attributesOfItem(path);
+    ASSERT_TRUE(attributes);
+    ASSERT_EQ(attributes->posixPermissions, mode);
+  }
+}
+
+TEST_F(PosixFileManagerTest, AttributesAreReadAfreshEachTime) {
+  const std::string path = makeFile("file", 0600);
+  EXPECT_EQ(fileManager_.attributesOfItem(path)->posixPermissions, 0600U);
+  ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+  EXPECT_EQ(fileManager_.attributesOfItem(path)->posixPermissions, 0640U);
+}
+
+TEST_F(PosixFileManagerTest, AMissingItemHasNoAttributes) {
+  EXPECT_EQ(fileManager_.attributesOfItem(pathOf("nowhere")), std::nullopt);
+  EXPECT_EQ(fileManager_.attributesOfItem(""), std::nullopt);
+}
+
+TEST_F(PosixFileManagerTest, AnItemBelowAFileHasNoAttributes) {
+  EXPECT_EQ(fileManager_.attributesOfItem(makeFile("file", 0644) + "/x"), std::nullopt);
+}
+
+// Fails the test when `body` throws or ends the process it runs in with anything but 0.
+void expectInChild(const std::function<bool()>& body) {
+  const auto result = runInChild([&] { std::_Exit(body() ? 0 : 1); });
+  EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+}
+
+TEST_F(PosixFileManagerTest, TheCurrentDirectoryIsToldByItsAbsolutePath) {
+  const auto path = std::filesystem::canonical(directory_.path()).string();
+  expectInChild(
+      [&] { return chdir(path.c_str()) == 0 && fileManager_.currentDirectoryPath() == path; });
+}
+
+TEST_F(PosixFileManagerTest, ADeepCurrentDirectoryIsToldInFull) {
+  expectInChild([&] {
+    const std::string name(200, 'd');
+    std::string path = std::filesystem::canonical(directory_.path()).string();
+    if (chdir(path.c_str()) != 0) return false;
+    for (int level = 0; level < 50; ++level) {
+      if (mkdir(name.c_str(), 0700) != 0 || chdir(name.c_str()) != 0) return false;
+      path += '/' + name;
+    }
+    return fileManager_.currentDirectoryPath() == path;
+  });
+}
+
+TEST_F(PosixFileManagerTest, ACurrentDirectoryThatIsGoneIsTheRoot) {
+  expectInChild([&] {
+    const std::string path = pathOf("gone");
+    return mkdir(path.c_str(), 0700) == 0 && chdir(path.c_str()) == 0 && rmdir(path.c_str()) == 0 &&
+           fileManager_.currentDirectoryPath() == "/";
+  });
+}
+
+}  // namespace
+}  // namespace blindfold
