@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +18,7 @@
 #include <vector>
 
 #include "platform/posix/file_descriptor.h"
+#include "tests/platform/posix/signal_storm.h"
 
 namespace blindfold {
 namespace {
@@ -434,28 +434,6 @@ TEST(EventLoopTest, WhatALoopLetsGoOfMayCallItOnceMore) {
   EXPECT_EQ(farewells, 2);
 }
 
-volatile std::sig_atomic_t signalCount = 0;
-
-// Raises SIGALRM every millisecond, for as long as it lives.
-class SignalStorm {
- public:
-  SignalStorm() {
-    struct sigaction action{};
-    action.sa_handler = [](int) { signalCount = signalCount + 1; };
-    sigaction(SIGALRM, &action, nullptr);
-    setInterval(1000);
-  }
-  SignalStorm(const SignalStorm&) = delete;
-  SignalStorm& operator=(const SignalStorm&) = delete;
-  ~SignalStorm() { setInterval(0); }
-
- private:
-  static void setInterval(suseconds_t microseconds) {
-    const itimerval interval{{0, microseconds}, {0, microseconds}};
-    setitimer(ITIMER_REAL, &interval, nullptr);
-  }
-};
-
 TEST(EventLoopTest, SignalsDoNotEndAWaitEarly) {
   const SignalStorm storm;
   EventLoop loop;
@@ -465,7 +443,7 @@ TEST(EventLoopTest, SignalsDoNotEndAWaitEarly) {
   loop.schedule(item, 0.1);
   while (!ran) loop.runRound();
   EXPECT_GE(Clock::now() - start, milliseconds(100));
-  EXPECT_GT(signalCount, 0);
+  EXPECT_GT(storm.signalCount(), 0);
 }
 
 // Runs `body` in a process that stops itself within it, calls `whileStopped`, lets it go on, and
