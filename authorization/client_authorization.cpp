@@ -18,8 +18,8 @@ std::optional<std::string> teamIdentifierOfCode(const FileURL& url,
   return codeSigningIdentifiers(*code).teamIdentifier;
 }
 
-bool isPresent(const std::optional<std::string>& text) {
-  return text && !text->empty();
+std::string_view orEmpty(const std::optional<std::string>& text) {
+  return text ? std::string_view(*text) : std::string_view();
 }
 
 bool isListed(const std::optional<std::string>& identifier, const std::vector<std::string>& list) {
@@ -70,21 +70,21 @@ ClientAuthorizationAssessment assessClientAuthorization(
   const auto refuse = [&](ClientAuthorizationFailure failure) {
     return ClientAuthorizationAssessment::refused(identity, failure);
   };
-  const auto& [signingIdentifier, teamIdentifier, bundleIdentifier, executablePath] = identity;
 
-  if (!isPresent(executablePath)) return refuse(missingExecutablePath);
-  const auto context = bundleExecutionContext(*executablePath, fileManager, bundles);
-  if (!endsInOneOf(*executablePath, settings.authorizedAppExecutableSuffixes())) {
+  const auto executablePath = orEmpty(identity.executablePath);
+  if (executablePath.empty()) return refuse(missingExecutablePath);
+  const auto context = bundleExecutionContext(executablePath, fileManager, bundles);
+  if (!endsInOneOf(executablePath, settings.authorizedAppExecutableSuffixes())) {
     return refuse(executablePathMismatch);
   }
 
   // One list serves signing identifiers here and bundle identifiers below.
   const auto& authorizedIdentifiers = settings.authorizedAppBundleIdentifiers();
-  const bool isSignedAsAuthorized = isListed(signingIdentifier, authorizedIdentifiers);
+  const bool isSignedAsAuthorized = isListed(identity.signingIdentifier, authorizedIdentifiers);
 
   // Both sides have a team: the signature alone decides.
-  if (expectedTeamIdentifier && teamIdentifier) {
-    if (*teamIdentifier != *expectedTeamIdentifier) return refuse(teamIdentifierMismatch);
+  if (expectedTeamIdentifier && identity.teamIdentifier) {
+    if (*identity.teamIdentifier != *expectedTeamIdentifier) return refuse(teamIdentifierMismatch);
     if (!isSignedAsAuthorized) return refuse(signingIdentifierMismatch);
     return accept(signingIdentity);
   }
@@ -94,11 +94,14 @@ ClientAuthorizationAssessment assessClientAuthorization(
 
   // Nothing is left to go by but the application bundle.
   if (!context) return refuse(missingBundleIdentifier);
-  if (isPresent(signingIdentifier) && *signingIdentifier != context->executableName) {
+  const auto signingIdentifier = orEmpty(identity.signingIdentifier);
+  if (!signingIdentifier.empty() && signingIdentifier != context->executableName) {
     return refuse(signingIdentifierMismatch);
   }
-  if (!isPresent(bundleIdentifier)) return refuse(missingBundleIdentifier);
-  if (!isListed(bundleIdentifier, authorizedIdentifiers)) return refuse(bundleIdentifierMismatch);
+  if (orEmpty(identity.bundleIdentifier).empty()) return refuse(missingBundleIdentifier);
+  if (!isListed(identity.bundleIdentifier, authorizedIdentifiers)) {
+    return refuse(bundleIdentifierMismatch);
+  }
   if (!hasSecureExecutablePath(*context, fileManager)) return refuse(insecureExecutablePath);
   return accept(adHocBundleIdentity);
 }
