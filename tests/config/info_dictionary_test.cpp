@@ -40,7 +40,7 @@ TEST(ReadInfoStringTest, TheKeyIsReadOnce) {
   EXPECT_EQ(bundle.askedKeys(), Strings{"Key"});
 }
 
-Strings readList(InfoDictionary dictionary) {
+Strings readList(FakeBundle::Dictionary dictionary) {
   constexpr std::array<std::string_view, 3> defaultValue{"x", " y ", "x"};
   return readInfoStringList(FakeBundle(std::move(dictionary)), "Keys", "Key", defaultValue);
 }

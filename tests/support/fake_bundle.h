@@ -14,15 +14,15 @@
 
 namespace blindfold {
 
-using InfoDictionary = std::map<std::string, DictionaryValue, std::less<>>;
-
 /// A bundle whose answers are its fields. It remembers which keys were asked for, in order.
 class FakeBundle : public Bundle {
  public:
-  FakeBundle() = default;
-  explicit FakeBundle(InfoDictionary infoDictionary) : dictionary(std::move(infoDictionary)) {}
+  using Dictionary = std::map<std::string, DictionaryValue, std::less<>>;
 
-  InfoDictionary dictionary;
+  FakeBundle() = default;
+  explicit FakeBundle(Dictionary infoDictionary) : dictionary(std::move(infoDictionary)) {}
+
+  Dictionary dictionary;
   FileURL url{"/Applications/Blindfold.app"};
   std::optional<FileURL> executable;
 
@@ -59,7 +59,7 @@ class FakeBundle : public Bundle {
 class FakeBundleProvider : public BundleProvider {
  public:
   FakeBundle main;
-  std::map<std::string, InfoDictionary> dictionariesByPath;
+  std::map<std::string, FakeBundle::Dictionary> dictionariesByPath;
 
   const Bundle& mainBundle() const override { return main; }
 
