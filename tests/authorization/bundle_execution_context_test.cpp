@@ -1,5 +1,6 @@
 #include "authorization/bundle_execution_context.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/fake_bundle.h"
@@ -7,6 +8,10 @@
 
 namespace blindfold {
 namespace {
+
+using testing::Field;
+using testing::Optional;
+using Context = BundleExecutionContext;
 
 class BundleExecutionContextTest : public testing::Test {
  protected:
@@ -33,16 +38,13 @@ TEST_F(BundleExecutionContextTest, ItIsTakenApartFromTheExecutablePath) {
 }
 
 TEST_F(BundleExecutionContextTest, TheNamesOfTheDirectoriesBetweenDoNotMatter) {
-  const auto context = contextOf("/X.app/a/b/c");
-  ASSERT_TRUE(context.has_value());
-  EXPECT_EQ(context->appURL, FileURL("/X.app"));
-  EXPECT_EQ(context->executableName, "c");
+  EXPECT_THAT(contextOf("/X.app/a/b/c"), Optional(Field(&Context::appURL, FileURL("/X.app"))));
+  EXPECT_THAT(contextOf("/X.app/a/b/c"), Optional(Field(&Context::executableName, "c")));
 }
 
 TEST_F(BundleExecutionContextTest, RepeatedSlashesSeparateNothing) {
-  const auto context = contextOf("/X.app//Contents/MacOS//Blindfold");
-  ASSERT_TRUE(context.has_value());
-  EXPECT_EQ(context->appURL, FileURL("/X.app"));
+  EXPECT_THAT(contextOf("/X.app//Contents/MacOS//Blindfold"),
+              Optional(Field(&Context::appURL, FileURL("/X.app"))));
 }
 
 TEST_F(BundleExecutionContextTest, OnlyTheDirectoryThreeLevelsUpIsLookedAt) {
@@ -66,16 +68,14 @@ TEST_F(BundleExecutionContextTest, APathTooShortForABundleHasNone) {
 }
 
 TEST_F(BundleExecutionContextTest, ABundleThatCannotBeOpenedHasNoIdentifier) {
-  const auto context = contextOf("/X.app/Contents/MacOS/Blindfold");
-  ASSERT_TRUE(context.has_value());
-  EXPECT_EQ(context->bundleIdentifier, std::nullopt);
+  EXPECT_THAT(contextOf("/X.app/Contents/MacOS/Blindfold"),
+              Optional(Field(&Context::bundleIdentifier, std::nullopt)));
 }
 
 TEST_F(BundleExecutionContextTest, ABundleThatDeclaresNoIdentifierHasNone) {
   bundles_.dictionariesByPath = {{"/X.app", {}}};
-  const auto context = contextOf("/X.app/Contents/MacOS/Blindfold");
-  ASSERT_TRUE(context.has_value());
-  EXPECT_EQ(context->bundleIdentifier, std::nullopt);
+  EXPECT_THAT(contextOf("/X.app/Contents/MacOS/Blindfold"),
+              Optional(Field(&Context::bundleIdentifier, std::nullopt)));
 }
 
 TEST_F(BundleExecutionContextTest, NoBundleIsOpenedWithoutTheExtension) {
@@ -85,9 +85,8 @@ TEST_F(BundleExecutionContextTest, NoBundleIsOpenedWithoutTheExtension) {
 
 TEST_F(BundleExecutionContextTest, ARelativePathIsTakenFromTheCurrentDirectory) {
   fileManager_.currentDirectory = "/Applications";
-  const auto context = contextOf("X.app/Contents/MacOS/Blindfold");
-  ASSERT_TRUE(context.has_value());
-  EXPECT_EQ(context->appURL, FileURL("/Applications/X.app"));
+  EXPECT_THAT(contextOf("X.app/Contents/MacOS/Blindfold"),
+              Optional(Field(&Context::appURL, FileURL("/Applications/X.app"))));
 }
 
 }  // namespace
