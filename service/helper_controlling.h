@@ -1,0 +1,13 @@
+#pragma once
+
+namespace blindfold {
+
+/// The capability to control what the helper controls. The helper adds what it requires of one.
+class HelperControlling {
+ public:
+  virtual ~HelperControlling() = 0;
+};
+
+inline HelperControlling::~HelperControlling() = default;
+
+}  // namespace blindfold

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace blindfold {
+
+/// The capability to mute the microphones. The helper adds what it requires of one.
+class MicrophoneControlling {
+ public:
+  virtual ~MicrophoneControlling() = 0;
+};
+
+inline MicrophoneControlling::~MicrophoneControlling() = default;
+
+}  // namespace blindfold

@@ -1,0 +1,53 @@
+#include "service/microphone_control_error.h"
+
+#include <gtest/gtest.h>
+
+namespace blindfold {
+namespace {
+
+using Case = MicrophoneControlError::Case;
+
+struct Row {
+  MicrophoneControlError error;
+  Case errorCase;
+  std::string detail;
+  std::string description;
+};
+
+const Row rows[] = {
+    {MicrophoneControlError::hardwareQueryFailed("no audio"), Case::hardwareQueryFailed, "no audio",
+     "Microphone setup failed: no audio"},
+    {MicrophoneControlError::hardwareQueryFailed(""), Case::hardwareQueryFailed, "",
+     "Microphone setup failed: "},
+    {MicrophoneControlError::noInputDevices(), Case::noInputDevices, "",
+     "No input microphones detected."},
+    {MicrophoneControlError::noControllableInputs(), Case::noControllableInputs, "",
+     "Microphone mute control is unavailable on this Mac."},
+    {MicrophoneControlError::muteWriteFailed(), Case::muteWriteFailed, "",
+     "Microphone mute could not be applied."},
+};
+
+TEST(MicrophoneControlErrorTest, EveryCaseHasItsTextAndPayload) {
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.error.errorCase(), row.errorCase);
+    EXPECT_EQ(row.error.detail(), row.detail);
+    EXPECT_EQ(row.error.errorDescription(), row.description);
+  }
+}
+
+TEST(MicrophoneControlErrorTest, TheCasesStandInTheirOrder) {
+  EXPECT_LT(Case::hardwareQueryFailed, Case::noInputDevices);
+  EXPECT_LT(Case::noInputDevices, Case::noControllableInputs);
+  EXPECT_LT(Case::noControllableInputs, Case::muteWriteFailed);
+}
+
+TEST(MicrophoneControlErrorTest, ItIsCaughtAsAnyExceptionWithTheSameText) {
+  try {
+    throw MicrophoneControlError::noInputDevices();
+  } catch (const std::exception& error) {
+    EXPECT_STREQ(error.what(), "No input microphones detected.");
+  }
+}
+
+}  // namespace
+}  // namespace blindfold
