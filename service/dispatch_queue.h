@@ -9,6 +9,4 @@ class DispatchQueue {
   virtual ~DispatchQueue() = 0;
 };
 
-inline DispatchQueue::~DispatchQueue() = default;
-
 }  // namespace blindfold

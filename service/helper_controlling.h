@@ -8,6 +8,4 @@ class HelperControlling {
   virtual ~HelperControlling() = 0;
 };
 
-inline HelperControlling::~HelperControlling() = default;
-
 }  // namespace blindfold

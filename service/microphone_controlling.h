@@ -8,6 +8,4 @@ class MicrophoneControlling {
   virtual ~MicrophoneControlling() = 0;
 };
 
-inline MicrophoneControlling::~MicrophoneControlling() = default;
-
 }  // namespace blindfold

@@ -1,0 +1,7 @@
+#include "service/microphone_controlling.h"
+
+namespace blindfold {
+
+MicrophoneControlling::~MicrophoneControlling() = default;
+
+}  // namespace blindfold
