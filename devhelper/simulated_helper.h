@@ -1,0 +1,12 @@
+#pragma once
+
+#include "devhelper/simulated_mac.h"
+#include "platform/helper_connection.h"
+
+namespace blindfold {
+
+/// The reply of a helper that runs on `mac`: a JSON document. Wrong use is answered, too, with a
+/// result that is no success and says why.
+Bytes simulatedReply(SimulatedMac& mac, const HelperMessage& message);
+
+}  // namespace blindfold

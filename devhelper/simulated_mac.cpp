@@ -1,0 +1,203 @@
+#include "devhelper/simulated_mac.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace blindfold {
+namespace {
+
+constexpr const char* idleMode = "idle";
+constexpr const char* heldMode = "held";
+
+/// Why a hold ended, as `lastRestoreReason` says it.
+namespace reason {
+constexpr const char* leaseExpired = "leaseExpired";
+constexpr const char* released = "released";
+constexpr const char* restoredAll = "restoredAll";
+}  // namespace reason
+
+CameraInfo cameraOfKind(CameraKind kind) {
+  const auto camera = [kind](std::string id, std::string name, std::string model,
+                             std::string transport) {
+    return CameraInfo{.id = id,
+                      .localizedName = std::move(name),
+                      .modelID = std::move(model),
+                      .uniqueID = std::move(id),
+                      .transportType = std::move(transport),
+                      .isConnected = true,
+                      .isSuspended = false,
+                      .isInUseByAnotherApplication = false,
+                      .kind = kind,
+                      .isExperimental = kind != CameraKind::builtIn};
+  };
+  switch (kind) {
+    case CameraKind::builtIn:
+      return camera("6C707041-05AC-0010-0008-000000000001", "Built-in Camera", "Built-in Camera",
+                    "built-in");
+    case CameraKind::externalUSB:
+      return camera("0x2110000004d8ef01", "Desk Camera", "UVC Camera VendorID_1234 ProductID_4321",
+                    "usb");
+    case CameraKind::continuity:
+      return camera("C1B5A3F0-6E0B-4B52-9C4D-2D1C9A0E7F11", "Phone Camera", "Phone Camera",
+                    "continuity");
+    case CameraKind::unknown:
+      break;
+  }
+  return camera("com.example.virtual-camera", "Virtual Camera", "Virtual Camera", "virtual");
+}
+
+/// The services behind the built-in camera. No two of those that run have the same label.
+std::vector<TargetService> initialServices() {
+  return {
+      {"com.apple.appleh13camerad", ServiceDomain::system, 0, 512, ControlMode::sigstop},
+      {"com.apple.appleh16camerad", ServiceDomain::system, 0, std::nullopt, ControlMode::sigstop},
+      {"com.apple.cameraassistantd", ServiceDomain::system, 1, 633, ControlMode::sigstop},
+      {"com.apple.cameracaptureagent", ServiceDomain::gui, 1, 845, ControlMode::sigtermDebug},
+      {"com.apple.cameraeffectsagent", ServiceDomain::gui, 2, std::nullopt,
+       ControlMode::sigtermDebug},
+  };
+}
+
+/// Above every pid of `initialServices`.
+constexpr std::int64_t firstNewPid = 2001;
+
+/// `seconds`, a positive number, as the length of a lease.
+std::chrono::nanoseconds leaseDuration(double seconds) {
+  const std::chrono::duration<double> longest = maximumLease;
+  const auto asked = std::min(std::chrono::duration<double>(seconds), longest);
+  return std::chrono::ceil<std::chrono::nanoseconds>(asked);
+}
+
+}  // namespace
+
+SimulatedMac::SimulatedMac(const SimulatedMacOptions& options, Clock clock,
+                           std::function<std::string()> makeLeaseID)
+    : clock_(std::move(clock)),
+      makeLeaseID_(std::move(makeLeaseID)),
+      cameras_{cameraOfKind(CameraKind::builtIn)},
+      services_(initialServices()),
+      nextPid_(firstNewPid),
+      state_{idleMode} {
+  if (options.kind != CameraKind::builtIn) cameras_.push_back(cameraOfKind(options.kind));
+  cameras_.back().isInUseByAnotherApplication = options.cameraInUse;
+}
+
+DetectionResult SimulatedMac::detectTargets() {
+  endExpiredLease(clock_());
+  auto cameras = cameras_;
+  for (auto& camera : cameras) camera.isSuspended = camera.id == state_.sourceCameraID;
+  std::vector<LaunchdServiceState> states;
+  for (const auto& service : services_) {
+    states.push_back({service.label, service.domain, service.pid});
+  }
+  return {std::move(cameras),
+          cameras_.back().id,
+          services_,
+          std::move(states),
+          {"Simulated by the development helper."}};
+}
+
+OperationResult SimulatedMac::hold(const HoldRequest& request) {
+  const auto now = clock_();
+  endExpiredLease(now);
+  if (isHeld()) return result(false, "The camera is already held under another lease.");
+  const bool isKnown = std::any_of(cameras_.begin(), cameras_.end(), [&](const auto& camera) {
+    return camera.id == request.cameraID && camera.kind == request.kind;
+  });
+  if (!isKnown) return result(false, "There is no such camera.");
+  if (request.targets.empty()) return result(false, "The request names no targets.");
+  if (!(request.durationHint > 0)) return result(false, "The duration is not positive.");
+
+  for (const auto& target : request.targets) state_.heldTargets.push_back(pause(target));
+  state_.mode = heldMode;
+  state_.leaseID = makeLeaseID_();
+  state_.startedAt = now.date;
+  state_.sourceCameraID = request.cameraID;
+  leaseDuration_ = leaseDuration(request.durationHint);
+  startLease(now);
+  return result(true, "Camera held.");
+}
+
+OperationResult SimulatedMac::renew(const std::optional<std::string>& leaseID) {
+  const auto now = clock_();
+  endExpiredLease(now);
+  if (!isHeld()) return result(false, "Nothing is held.");
+  if (leaseID != state_.leaseID) return result(false, "That is not the lease of the hold.");
+  startLease(now);
+  return result(true, "Lease renewed.");
+}
+
+OperationResult SimulatedMac::release(const std::optional<std::string>& leaseID) {
+  endExpiredLease(clock_());
+  if (!isHeld()) return result(false, "Nothing is held.");
+  if (leaseID && leaseID != state_.leaseID) {
+    return result(false, "That is not the lease of the hold.");
+  }
+  endHold(reason::released);
+  return result(true, "Hold released.");
+}
+
+OperationResult SimulatedMac::restoreAll() {
+  endExpiredLease(clock_());
+  if (!isHeld()) return result(true, "Nothing was held.");
+  const auto count = state_.heldTargets.size();
+  endHold(reason::restoredAll);
+  return result(true, "Services restored: " + std::to_string(count) + ".");
+}
+
+OperationResult SimulatedMac::muteMic() {
+  return setMicMuted(true);
+}
+
+OperationResult SimulatedMac::unmuteMic() {
+  return setMicMuted(false);
+}
+
+HoldState SimulatedMac::currentState() {
+  endExpiredLease(clock_());
+  return state_;
+}
+
+void SimulatedMac::endExpiredLease(const Moment& now) {
+  if (isHeld() && now.uptime >= leaseEnd_) endHold(reason::leaseExpired);
+}
+
+void SimulatedMac::startLease(const Moment& now) {
+  state_.lastHeartbeatAt = now.date;
+  leaseEnd_ = now.uptime + leaseDuration_;
+}
+
+void SimulatedMac::endHold(const char* reason) {
+  // launchd starts anew what was terminated; what was stopped just goes on.
+  for (const auto place : terminated_) services_[place].pid = nextPid_++;
+  terminated_.clear();
+  state_ = {.mode = idleMode, .lastRestoreReason = reason, .micMuted = state_.micMuted};
+}
+
+HeldTarget SimulatedMac::pause(const TargetService& target) {
+  HeldTarget held{target.label, target.domain, std::nullopt, target.controlMode};
+  const auto service = std::find_if(services_.begin(), services_.end(), [&](const auto& each) {
+    return each.label == target.label && each.domain == target.domain;
+  });
+  if (service == services_.end() || !service->pid) return held;
+  if (target.controlMode == ControlMode::sigtermDebug) {
+    service->pid.reset();
+    terminated_.push_back(static_cast<std::size_t>(service - services_.begin()));
+  }
+  held.pid = service->pid;
+  return held;
+}
+
+OperationResult SimulatedMac::setMicMuted(bool muted) {
+  endExpiredLease(clock_());
+  const bool changes = state_.micMuted != muted;
+  state_.micMuted = muted;
+  return result(true, std::string(changes ? "Microphones " : "Microphones already ") +
+                          (muted ? "muted." : "unmuted."));
+}
+
+OperationResult SimulatedMac::result(bool success, std::string message) const {
+  return {success, std::move(message), state_};
+}
+
+}  // namespace blindfold

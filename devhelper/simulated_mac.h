@@ -1,0 +1,82 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "devhelper/clock.h"
+#include "model/detection.h"
+#include "model/hold.h"
+
+namespace blindfold {
+
+/// The longest lease that a hold can get.
+inline constexpr std::chrono::hours maximumLease{24};
+
+/// What the simulated Mac is like.
+struct SimulatedMacOptions {
+  /// The kind of the selected camera.
+  CameraKind kind = CameraKind::builtIn;
+  /// Whether another application uses the selected camera.
+  bool cameraInUse = false;
+};
+
+/// A Mac with cameras, the services behind them and a helper that holds them under a lease. It is
+/// entirely passive: time moves by what its clock says at each call, and a lease that has run out
+/// ends at the next call.
+class SimulatedMac {
+ public:
+  /// Keeps both functions. `makeLeaseID` gives each hold its lease's identifier.
+  SimulatedMac(const SimulatedMacOptions& options, Clock clock,
+               std::function<std::string()> makeLeaseID);
+
+  DetectionResult detectTargets();
+
+  /// Holds the request's targets for `durationHint` seconds (`maximumLease` at most). Refused while
+  /// another lease runs, without targets, for an unknown camera, and for a duration that is not
+  /// positive.
+  OperationResult hold(const HoldRequest& request);
+
+  /// Starts the time of the lease anew. Refused unless `leaseID` is the lease that runs.
+  OperationResult renew(const std::optional<std::string>& leaseID);
+
+  /// Ends the hold. Refused when nothing is held, or `leaseID` is given and not the lease that
+  /// runs.
+  OperationResult release(const std::optional<std::string>& leaseID);
+
+  /// Ends the hold, if there is one, whatever its lease. Never refused.
+  OperationResult restoreAll();
+
+  /// Never refused.
+  OperationResult muteMic();
+  OperationResult unmuteMic();
+
+  HoldState currentState();
+
+ private:
+  bool isHeld() const { return state_.leaseID.has_value(); }
+  void endExpiredLease(const Moment& now);
+  void startLease(const Moment& now);
+  void endHold(const char* reason);
+  HeldTarget pause(const TargetService& target);
+  OperationResult setMicMuted(bool muted);
+  OperationResult result(bool success, std::string message) const;
+
+  Clock clock_;
+  std::function<std::string()> makeLeaseID_;
+  /// The last one is the selected one.
+  std::vector<CameraInfo> cameras_;
+  std::vector<TargetService> services_;
+  /// The services whose processes the hold ended, as places in `services_`.
+  std::vector<std::size_t> terminated_;
+  std::int64_t nextPid_;
+  HoldState state_;
+  std::chrono::nanoseconds leaseDuration_{0};
+  std::chrono::nanoseconds leaseEnd_{0};
+};
+
+}  // namespace blindfold

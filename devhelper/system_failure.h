@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "platform/platform_error.h"
+
+namespace blindfold {
+
+/// The error of the system call that has just failed, as one line: "WHAT: the system's words".
+PlatformError systemFailure(const std::string& what);
+
+}  // namespace blindfold
