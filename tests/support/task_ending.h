@@ -1,0 +1,39 @@
+#pragma once
+
+#include <exception>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "helperclient/spawn.h"
+#include "helperclient/task.h"
+
+namespace blindfold {
+
+/// How a task ended, and how often it was seen to end.
+template <class T>
+struct TaskEnding {
+  std::optional<T> value;
+  std::exception_ptr failure;
+  int count = 0;
+};
+
+template <class T>
+Task<void> recordEnding(Task<T> task, std::shared_ptr<TaskEnding<T>> ending) {
+  try {
+    ending->value = co_await std::move(task);
+  } catch (...) {
+    ending->failure = std::current_exception();
+  }
+  ++ending->count;
+}
+
+/// Starts the task on the loop and keeps book of its end.
+template <class T>
+std::shared_ptr<TaskEnding<T>> startTask(MainLoop& mainLoop, Task<T> task) {
+  auto ending = std::make_shared<TaskEnding<T>>();
+  spawn(mainLoop, recordEnding(std::move(task), ending));
+  return ending;
+}
+
+}  // namespace blindfold
