@@ -1,0 +1,43 @@
+#include "cli/output.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+#include "cli/exit_status.h"
+#include "model/text/one_line.h"
+#include "model/text/utf8.h"
+
+namespace blindfold {
+namespace {
+
+std::string description(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const std::exception& failure) {
+    return failure.what();
+  } catch (...) {
+    return "An unknown error occurred.";
+  }
+}
+
+}  // namespace
+
+void printLine(std::string_view line) {
+  const std::string_view text = isValidUTF8(line) ? line : std::string_view();
+  const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+                       std::fputc('\n', stdout) != EOF && std::fflush(stdout) == 0;
+  if (!written) {
+    throw std::system_error(errno, std::generic_category(), "Standard output cannot be written");
+  }
+}
+
+void reportFailureAndExit(const std::exception_ptr& error) {
+  const std::string line = oneLine(description(error)) + '\n';
+  std::fputs(line.c_str(), stderr);
+  std::exit(ExitStatus::failed);
+}
+
+}  // namespace blindfold

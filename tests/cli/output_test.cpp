@@ -1,0 +1,80 @@
+#include "cli/output.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "cli/cli_error.h"
+#include "helperclient/helper_client_error.h"
+#include "model/hold.h"
+#include "tests/support/program.h"
+
+namespace blindfold {
+namespace {
+
+template <class Error>
+ProgramResult report(const Error& error) {
+  return runInChild([&] { reportFailureAndExit(std::make_exception_ptr(error)); });
+}
+
+TEST(PrintJSONTest, ARecordIsPrintedAsOneLine) {
+  const ProgramResult result = runInChild([] { printJSON(HoldState{.mode = "idle"}); });
+  EXPECT_EQ(result.standardOutput, "{\"heldTargets\":[],\"micMuted\":false,\"mode\":\"idle\"}\n");
+  EXPECT_EQ(result.standardError, "");
+}
+
+TEST(PrintLineTest, ALineThatIsNotUTF8IsPrintedAsAnEmptyOne) {
+  const ProgramResult result = runInChild([] { printLine("\xff"); });
+  EXPECT_EQ(result.standardOutput, "\n");
+  EXPECT_EQ(result.exitStatus, 0);
+}
+
+TEST(PrintJSONTest, ARecordThatCannotBeEncodedPrintsNothing) {
+  const ProgramResult result = runInChild([] {
+    try {
+      printJSON(HoldRequest{.cameraID = "",
+                            .kind = CameraKind::builtIn,
+                            .targets = {},
+                            .captureWasActiveAtRequestTime = false,
+                            .durationHint = std::numeric_limits<double>::quiet_NaN(),
+                            .correlationSnapshot = {}});
+    } catch (...) {
+      reportFailureAndExit(std::current_exception());
+    }
+  });
+  EXPECT_EQ(result.standardOutput, "");
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_GT(result.standardError.size(), 1U);
+}
+
+TEST(ReportFailureTest, AFailureIsItsDescriptionAndANewline) {
+  const ProgramResult result = report(CLIError::noResolvedTargets());
+  EXPECT_EQ(result.standardError, "No built-in camera targets were resolved.\n");
+  EXPECT_EQ(result.standardOutput, "");
+  EXPECT_EQ(result.exitStatus, 1);
+}
+
+TEST(ReportFailureTest, APayloadIsWrittenUnchanged) {
+  EXPECT_EQ(report(CLIError::unsupportedCamera("No camera detected.")).standardError,
+            "No camera detected.\n");
+}
+
+TEST(ReportFailureTest, ATransportFailureWithoutWordsIsAnEmptyLine) {
+  const auto failure =
+      HelperClientError::transport(std::make_exception_ptr(std::runtime_error("")));
+  EXPECT_EQ(report(failure).standardError, "\n");
+}
+
+TEST(ReportFailureTest, AnyOtherErrorIsDescribedByThePlatform) {
+  EXPECT_EQ(report(std::runtime_error("plain words")).standardError, "plain words\n");
+}
+
+TEST(ReportFailureTest, AHostileDescriptionStaysOneLineOfText) {
+  const ProgramResult result = report(std::runtime_error("a\r\nb\x1b[31m\xff"));
+  EXPECT_EQ(result.standardError, "a b\\u001b[31m\xef\xbf\xbd\n");
+}
+
+}  // namespace
+}  // namespace blindfold
