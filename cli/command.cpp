@@ -15,7 +15,7 @@
 #include "cli/output.h"
 #include "helperclient/decode_reply.h"
 #include "model/detection.h"
-#include "model/text/utf8.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 namespace {

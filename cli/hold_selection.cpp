@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "cli/cli_error.h"
-#include "model/text/one_line.h"
+#include "text/one_line.h"
 
 namespace blindfold {
 namespace {

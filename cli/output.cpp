@@ -7,8 +7,8 @@
 #include <system_error>
 
 #include "cli/exit_status.h"
-#include "model/text/one_line.h"
-#include "model/text/utf8.h"
+#include "text/one_line.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 namespace {

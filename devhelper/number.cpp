@@ -6,13 +6,15 @@
 #include <string>
 #include <system_error>
 
+#include "text/ascii.h"
+
 namespace blindfold {
 namespace {
 
 constexpr std::size_t nanosecondDigits = 9;
 
 bool isDigits(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+  return std::all_of(text.begin(), text.end(), isDigit);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "model/text/one_line.h"
+#include "text/one_line.h"
 
 namespace blindfold {
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "model/text/one_line.h"
+#include "text/one_line.h"
 
 namespace blindfold {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <ratio>
 
-#include "model/text/ascii.h"
+#include "text/ascii.h"
 
 namespace blindfold {
 

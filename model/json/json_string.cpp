@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "model/text/unicode_escape.h"
-#include "model/text/utf8.h"
+#include "text/unicode_escape.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "model/text/ascii.h"
-#include "model/text/case_folding.h"
-#include "model/text/utf8.h"
+#include "text/ascii.h"
+#include "text/case_folding.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 

@@ -6,9 +6,9 @@
 
 #include "model/json/decoding_error.h"
 #include "model/json/white_space.h"
-#include "model/text/ascii.h"
-#include "model/text/one_line.h"
-#include "model/text/utf8.h"
+#include "text/ascii.h"
+#include "text/one_line.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 

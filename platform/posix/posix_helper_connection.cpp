@@ -17,7 +17,7 @@
 #include "platform/posix/frame.h"
 #include "platform/posix/frame_fault.h"
 #include "platform/posix/service_socket.h"
-#include "platform/posix/utf8.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 namespace {
@@ -50,7 +50,7 @@ bool shouldTryAgain(int error) {
 using Answer = std::variant<Bytes, PlatformError>;
 
 bool isErrorText(std::string_view bytes) {
-  return isUTF8(bytes, [](char32_t scalar) { return scalar != 0; });
+  return isValidUTF8(bytes, [](char32_t scalar) { return scalar != 0; });
 }
 
 // Throws `PlatformError` when the frame is no answer.

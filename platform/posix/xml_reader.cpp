@@ -5,7 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "platform/posix/utf8.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 namespace {
@@ -54,7 +54,7 @@ void appendCharacterReference(std::string& text, std::string_view digits) {
   const bool isHexadecimal = digits.starts_with('x');
   const auto value = characterNumber(digits.substr(isHexadecimal ? 1 : 0), isHexadecimal ? 16 : 10);
   if (!value || !isXMLCharacter(*value)) throw MalformedXML();
-  appendUTF8(text, *value);
+  text += encodeUTF8(*value).text();
 }
 
 void appendReference(std::string& text, std::string_view name) {
@@ -122,7 +122,7 @@ bool isYesOrNo(std::string_view text) {
 }  // namespace
 
 XMLReader::XMLReader(std::string_view document) : rest_(document) {
-  if (!isUTF8(document, isXMLCharacter)) throw MalformedXML();
+  if (!isValidUTF8(document, isXMLCharacter)) throw MalformedXML();
   readOptional(byteOrderMark);
   if (startsDeclaration(rest_)) readDeclaration();
   skipMiscellany();

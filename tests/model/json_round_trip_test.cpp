@@ -6,8 +6,8 @@
 
 #include "model/json/json_decoder.h"
 #include "model/json/json_encoder.h"
-#include "model/text/utf8.h"
 #include "tests/model/sample_records.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 namespace {

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "model/text/utf8.h"
 #include "tests/model/decoding_failure.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 namespace {

@@ -1,4 +1,4 @@
-#include "model/text/unicode_escape.h"
+#include "text/unicode_escape.h"
 
 #include <string_view>
 

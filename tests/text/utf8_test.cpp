@@ -1,4 +1,4 @@
-#include "model/text/utf8.h"
+#include "text/utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -80,6 +80,12 @@ std::string withReplacementCharacters(std::string_view text) {
     character == '?' ? result += "\xEF\xBF\xBD" : result += character;
   }
   return result;
+}
+
+TEST(UTF8Test, ACodePointThatIsNotAllowedIsFound) {
+  const auto isNotNUL = [](char32_t codePoint) { return codePoint != 0; };
+  EXPECT_TRUE(isValidUTF8("abc", isNotNUL));
+  EXPECT_FALSE(isValidUTF8(std::string_view("a\0c", 3), isNotNUL));
 }
 
 TEST(UTF8Test, InvalidTextIsNotValid) {

@@ -31,7 +31,12 @@ struct UTF8Form {
 /// The UTF-8 form of `codePoint`, a Unicode scalar value.
 constexpr UTF8Form encodeUTF8(char32_t codePoint);
 
+/// Whether `bytes` are UTF-8 in its strict form (the Unicode Standard's: no surrogates, nothing
+/// overlong).
 bool isValidUTF8(std::string_view bytes);
+
+/// The same, and every code point satisfies `isAllowed`.
+bool isValidUTF8(std::string_view bytes, bool (*isAllowed)(char32_t codePoint));
 
 /// `bytes` as valid UTF-8: each maximal invalid subpart becomes one U+FFFD.
 std::string repairUTF8(std::string_view bytes);

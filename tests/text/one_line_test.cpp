@@ -1,11 +1,11 @@
-#include "model/text/one_line.h"
+#include "text/one_line.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 
-#include "model/text/utf8.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 namespace {

@@ -1,11 +1,15 @@
-#include "model/text/utf8.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 
 bool isValidUTF8(std::string_view bytes) {
+  return isValidUTF8(bytes, [](char32_t) { return true; });
+}
+
+bool isValidUTF8(std::string_view bytes, bool (*isAllowed)(char32_t codePoint)) {
   for (std::size_t position = 0; position < bytes.size();) {
     const CodePoint codePoint = readCodePoint(bytes, position);
-    if (!codePoint.isValid) return false;
+    if (!codePoint.isValid || !isAllowed(codePoint.value)) return false;
     position += codePoint.length;
   }
   return true;

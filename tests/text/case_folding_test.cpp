@@ -1,4 +1,4 @@
-#include "model/text/case_folding.h"
+#include "text/case_folding.h"
 
 #include <gtest/gtest.h>
 

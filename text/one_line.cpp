@@ -1,10 +1,10 @@
-#include "model/text/one_line.h"
+#include "text/one_line.h"
 
 #include <algorithm>
 #include <array>
 
-#include "model/text/unicode_escape.h"
-#include "model/text/utf8.h"
+#include "text/unicode_escape.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 

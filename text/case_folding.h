@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <iterator>
 
-#include "model/text/case_folding_table.h"
+#include "text/case_folding_table.h"
 
 namespace blindfold {
 
