@@ -22,6 +22,34 @@ namespace {
 
 constexpr std::size_t readBufferSize = std::size_t{16} * 1024;
 
+// The contents of the regular file, or nothing when it is none, cannot be read or is too long.
+// Never waits: a FIFO without a writer opens at once and is turned away.
+std::optional<std::string> readInfoFile(int bundleDirectory) {
+  const FileDescriptor file(
+      openat(bundleDirectory, "Contents/Info.plist", O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status{};
+  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  std::string contents;
+  while (contents.size() <= maximumInfoFileSize) {
+    std::array<char, readBufferSize> buffer;
+    const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+    if (count == 0) return contents;
+    if (count > 0) contents.append(buffer.data(), static_cast<std::size_t>(count));
+    if (count < 0 && errno != EINTR) return std::nullopt;
+  }
+  return std::nullopt;
+}
+
+// What the Contents/Info.plist of the bundle in `directory` declares.
+InfoDictionary readInfoDictionary(const FileDescriptor& directory) {
+  const auto contents = readInfoFile(directory.get());
+  return contents ? parsePropertyList(*contents) : InfoDictionary();
+}
+
+FileDescriptor openDirectory(const FileURL& url) {
+  return FileDescriptor(open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
 // Everything that a bundle answers out of its info dictionary.
 class InfoBundle : public Bundle {
  public:
@@ -65,8 +93,15 @@ class MainBundle final : public InfoBundle {
 
  private:
   const InfoDictionary& infoDictionary() const override {
-    static const InfoDictionary dictionary = parsePropertyList(linkedPropertyList());
+    static const InfoDictionary dictionary = readMainInfoDictionary();
     return dictionary;
+  }
+
+  InfoDictionary readMainInfoDictionary() const {
+    const std::string_view linked = linkedPropertyList();
+    if (!linked.empty()) return parsePropertyList(linked);
+    const FileDescriptor directory = openDirectory(bundleURL());
+    return directory ? readInfoDictionary(directory) : InfoDictionary();
   }
 };
 
@@ -97,24 +132,6 @@ class DirectoryBundle final : public InfoBundle {
   const InfoDictionary infoDictionary_;
 };
 
-// The contents of the regular file, or nothing when it is none, cannot be read or is too long.
-// Never waits: a FIFO without a writer opens at once and is turned away.
-std::optional<std::string> readInfoFile(int bundleDirectory) {
-  const FileDescriptor file(
-      openat(bundleDirectory, "Contents/Info.plist", O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  struct stat status{};
-  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  std::string contents;
-  while (contents.size() <= maximumInfoFileSize) {
-    std::array<char, readBufferSize> buffer;
-    const ssize_t count = read(file.get(), buffer.data(), buffer.size());
-    if (count == 0) return contents;
-    if (count > 0) contents.append(buffer.data(), static_cast<std::size_t>(count));
-    if (count < 0 && errno != EINTR) return std::nullopt;
-  }
-  return std::nullopt;
-}
-
 }  // namespace
 
 FileURL bundleURLOfExecutable(const FileURL& executableURL) {
@@ -130,11 +147,9 @@ PosixBundleProvider::PosixBundleProvider() : mainBundle_(std::make_unique<MainBu
 
 std::unique_ptr<Bundle> PosixBundleProvider::bundleWithURL(const FileURL& url) const {
   if (url.path().find('\0') != std::string::npos) return nullptr;
-  const FileDescriptor directory(open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor directory = openDirectory(url);
   if (!directory) return nullptr;
-  const auto contents = readInfoFile(directory.get());
-  return std::make_unique<DirectoryBundle>(
-      url, contents ? parsePropertyList(*contents) : InfoDictionary());
+  return std::make_unique<DirectoryBundle>(url, readInfoDictionary(directory));
 }
 
 }  // namespace blindfold

@@ -14,10 +14,10 @@ inline constexpr std::size_t maximumInfoFileSize = std::size_t{4} * 1024 * 1024;
 /// X.app/Contents/MacOS, else the directory that holds it.
 FileURL bundleURLOfExecutable(const FileURL& executableURL);
 
-/// Bundles on POSIX. The main bundle's info dictionary is the property list that was linked into
-/// the program, read at first use. Another bundle's is the XML property list in the regular file
+/// Bundles on POSIX. A bundle's info dictionary is the XML property list in the regular file
 /// Contents/Info.plist, read when the bundle is opened; without a readable one the bundle declares
-/// nothing.
+/// nothing. The main bundle's is the property list that was linked into the program, if one was;
+/// it is read at first use.
 class PosixBundleProvider final : public BundleProvider {
  public:
   PosixBundleProvider();

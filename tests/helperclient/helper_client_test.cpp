@@ -49,19 +49,6 @@ class HelperClientTest : public testing::Test {
 
   FakeHelperConnection& connection() { return *fake_.connections.connections().at(0); }
 
-  /// The failure that the task ended with; a case that cannot be when it did not fail that way.
-  template <class T>
-  std::string failure(const TaskEnding<T>& ending) {
-    if (!ending.failure) return ending.count == 0 ? "still waiting" : "no failure";
-    try {
-      std::rethrow_exception(ending.failure);
-    } catch (const HelperClientError& error) {
-      return error.errorDescription();
-    } catch (const std::exception& error) {
-      return std::string("not a HelperClientError: ") + error.what();
-    }
-  }
-
   static std::string text(Case plainCase) {
     return HelperClientError(plainCase).errorDescription();
   }
@@ -98,7 +85,7 @@ TEST_F(HelperClientTest, ARequestTakesItsStepsInOrder) {
 TEST_F(HelperClientTest, WithoutAnInstalledHelperNoConnectionIsMade) {
   fake_.files.executables.clear();
   const auto ending = start(client_.currentState());
-  EXPECT_EQ(failure(*ending), "Protection service is not set up.");
+  EXPECT_EQ(describeFailure(*ending), "Protection service is not set up.");
   EXPECT_TRUE(fake_.log.calls().empty());
 }
 
@@ -117,7 +104,7 @@ TEST_F(HelperClientTest, TheConnectionGoesToTheConfiguredService) {
 TEST_F(HelperClientTest, AnUnauthorizedClientMakesNoConnection) {
   HelperClient checked(/*skipPrecheck=*/false, fake_.platform, fake_.settings);
   const auto ending = start(checked.currentState());
-  EXPECT_EQ(failure(*ending), text(Case::unauthorizedClient));
+  EXPECT_EQ(describeFailure(*ending), text(Case::unauthorizedClient));
   EXPECT_TRUE(fake_.log.calls().empty());
 }
 
@@ -182,7 +169,7 @@ TEST_F(HelperClientTest, EachEventEndsTheRequestInItsOwnWay) {
     const auto ending = start(client_.restoreAll());
     event.happen(fake_, *fake_.connections.connections().back());
     fake_.mainLoop.runUntilIdle();
-    EXPECT_EQ(failure(*ending), event.ending) << event.name;
+    EXPECT_EQ(describeFailure(*ending), event.ending) << event.name;
   }
 }
 
@@ -195,7 +182,7 @@ TEST_F(HelperClientTest, OfEveryTwoEventsTheFirstCounts) {
       second.happen(fake_, connection);
       connection.deliverInvalidation();
       fake_.mainLoop.runUntilIdle();
-      EXPECT_EQ(failure(*ending), first.ending) << first.name << ", then " << second.name;
+      EXPECT_EQ(describeFailure(*ending), first.ending) << first.name << ", then " << second.name;
       EXPECT_EQ(ending->count, 1) << first.name << ", then " << second.name;
       EXPECT_EQ(connection.invalidations(), 1) << first.name << ", then " << second.name;
     }
@@ -216,7 +203,7 @@ TEST_F(HelperClientTest, AnEventBetweenAnyTwoStepsEndsTheRequestOnce) {
     connection.reply(success);
     fake_.timedWork.elapse();
     fake_.mainLoop.runUntilIdle();
-    EXPECT_EQ(failure(*ending), text(Case::helperUnreachable)) << step;
+    EXPECT_EQ(describeFailure(*ending), text(Case::helperUnreachable)) << step;
     EXPECT_EQ(ending->count, 1) << step;
     EXPECT_EQ(connection.invalidations(), 1) << step;
   }
@@ -227,14 +214,14 @@ TEST_F(HelperClientTest, AProxyOfAnotherProtocolIsAnInvalidResponse) {
     connection.speaksProtocol = false;
   };
   const auto ending = start(client_.currentState());
-  EXPECT_EQ(failure(*ending), text(Case::invalidResponse));
+  EXPECT_EQ(describeFailure(*ending), text(Case::invalidResponse));
   EXPECT_EQ(connection().invalidations(), 1);
   EXPECT_FALSE(connection().message());
 }
 
 TEST_F(HelperClientTest, APlatformThatMakesNoConnectionIsReportedInItsOwnWords) {
   fake_.connections.refusal = "No more ports.";
-  EXPECT_EQ(failure(*start(client_.currentState())), "No more ports.");
+  EXPECT_EQ(describeFailure(*start(client_.currentState())), "No more ports.");
 }
 
 TEST_F(HelperClientTest, APlatformThatRefusesAStepIsReportedInItsOwnWordsOnce) {
@@ -252,7 +239,7 @@ TEST_F(HelperClientTest, APlatformThatRefusesAStepIsReportedInItsOwnWordsOnce) {
     fake_.connections.connections().back()->reply(idleState);
     fake_.timedWork.elapse();
     fake_.mainLoop.runUntilIdle();
-    EXPECT_EQ(failure(*ending), "Refused: " + step);
+    EXPECT_EQ(describeFailure(*ending), "Refused: " + step);
     EXPECT_EQ(ending->count, 1) << step;
   }
 }
@@ -264,7 +251,7 @@ TEST_F(HelperClientTest, CurrentStateIsAStatusRequestAnsweredByAHoldState) {
   EXPECT_EQ(connection().message(), (HelperMessage{HelperMethod::currentState, NoArgument{}}));
   connection().reply(idleState);
   fake_.mainLoop.runUntilIdle();
-  ASSERT_TRUE(ending->value) << failure(*ending);
+  ASSERT_TRUE(ending->value) << describeFailure(*ending);
   EXPECT_EQ(ending->value->mode, "idle");
 }
 
@@ -348,7 +335,7 @@ TEST_F(HelperClientTest, EveryControlOperationIsAnsweredByAnOperationResult) {
   for (const auto& connection : fake_.connections.connections()) connection->reply(success);
   fake_.mainLoop.runUntilIdle();
   for (const auto& ending : endings) {
-    ASSERT_TRUE(ending->value) << failure(*ending);
+    ASSERT_TRUE(ending->value) << describeFailure(*ending);
     EXPECT_EQ(ending->value->message, "Done.");
   }
 }
@@ -357,7 +344,7 @@ TEST_F(HelperClientTest, AnUnsuccessfulResultIsAResult) {
   const auto ending = start(client_.restoreAll());
   connection().reply(R"({"message":"Nothing is held.","success":false})");
   fake_.mainLoop.runUntilIdle();
-  ASSERT_TRUE(ending->value) << failure(*ending);
+  ASSERT_TRUE(ending->value) << describeFailure(*ending);
   EXPECT_FALSE(ending->value->success);
 }
 
@@ -379,8 +366,8 @@ TEST_F(HelperClientTest, AnEmptyReplyIsTransport) {
   const auto ending = start(client_.restoreAll());
   connection().reply("");
   fake_.mainLoop.runUntilIdle();
-  EXPECT_NE(failure(*ending), text(Case::invalidResponse));
-  EXPECT_NE(failure(*ending), "no failure");
+  EXPECT_NE(describeFailure(*ending), text(Case::invalidResponse));
+  EXPECT_NE(describeFailure(*ending), "no failure");
 }
 
 }  // namespace

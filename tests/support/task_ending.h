@@ -3,6 +3,7 @@
 #include <exception>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "helperclient/spawn.h"
@@ -34,6 +35,17 @@ std::shared_ptr<TaskEnding<T>> startTask(MainLoop& mainLoop, Task<T> task) {
   auto ending = std::make_shared<TaskEnding<T>>();
   spawn(mainLoop, recordEnding(std::move(task), ending));
   return ending;
+}
+
+/// The text of the failure that the task ended with, or what it did instead of failing.
+template <class T>
+std::string describeFailure(const TaskEnding<T>& ending) {
+  if (!ending.failure) return ending.count == 0 ? "still waiting" : "no failure";
+  try {
+    std::rethrow_exception(ending.failure);
+  } catch (const std::exception& error) {
+    return error.what();
+  }
 }
 
 }  // namespace blindfold

@@ -1,0 +1,81 @@
+// One client with many requests under way at once, over real connections to the development helper.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/deployment_settings.h"
+#include "helperclient/helper_client.h"
+#include "platform/posix/event_loop.h"
+#include "platform/posix/posix_code_signing.h"
+#include "platform/posix/posix_file_manager.h"
+#include "platform/posix/posix_helper_connection.h"
+#include "tests/end_to_end/deployment.h"
+#include "tests/support/fake_bundle.h"
+#include "tests/support/task_ending.h"
+
+namespace blindfold {
+namespace {
+
+constexpr int requestsInFlight = 64;
+
+/// The POSIX platform, but for a bundle that has the development deployment's settings.
+struct TestPlatform {
+  TestPlatform() {
+    bundles.main.dictionary["BlindfoldHelperMachServiceName"] =
+        std::string(BLINDFOLD_DEVELOPMENT_SERVICE);
+    bundles.main.dictionary["BlindfoldHelperInstallPath"] = developmentHelper;
+  }
+
+  FakeBundleProvider bundles;
+  PosixFileManager files;
+  PosixCodeSigning codeSigning;
+  EventLoop loop;
+  PosixHelperConnectionProvider connections{loop};
+  const Platform platform{files, bundles, codeSigning, connections, loop, loop};
+  const DeploymentSettings settings{bundles.main, files};
+};
+
+using RequestsInFlightTest = EndToEndTest;
+
+TEST_F(RequestsInFlightTest, SixtyFourMixedRequestsEachEndInTheirOwnWay) {
+  startHelper(
+      "currentState: silent\n"
+      R"(restoreAll: delay 0.5 trickle 1 reply {"success":true,"message":"restored"})"
+      "\n"
+      "muteMic: delay 0.3 close\n"
+      "unmuteMic: delay 0.1 error no such microphone\n");
+  TestPlatform test;
+  HelperClient client(/*skipPrecheck=*/true, test.platform, test.settings);
+  std::vector<std::shared_ptr<TaskEnding<HoldState>>> states;
+  std::vector<std::shared_ptr<TaskEnding<OperationResult>>> restores;
+  std::vector<std::shared_ptr<TaskEnding<OperationResult>>> mutes;
+  std::vector<std::shared_ptr<TaskEnding<OperationResult>>> unmutes;
+  for (int count = 0; count < requestsInFlight / 4; ++count) {
+    states.push_back(startTask(test.loop, client.currentState()));
+    restores.push_back(startTask(test.loop, client.restoreAll()));
+    mutes.push_back(startTask(test.loop, client.muteMicrophones()));
+    unmutes.push_back(startTask(test.loop, client.unmuteMicrophones()));
+  }
+  // The silent requests end last, by their time limit.
+  while (states.back()->count == 0) test.loop.runRound();
+
+  for (const auto& ending : states) {
+    EXPECT_EQ(describeFailure(*ending), "Protection service took too long to respond.");
+  }
+  for (const auto& ending : restores) {
+    ASSERT_TRUE(ending->value) << describeFailure(*ending);
+    EXPECT_EQ(ending->value->message, "restored");
+  }
+  for (const auto& ending : mutes) {
+    EXPECT_EQ(describeFailure(*ending), "Protection service is unavailable.");
+  }
+  for (const auto& ending : unmutes) {
+    EXPECT_EQ(describeFailure(*ending), "no such microphone");
+  }
+}
+
+}  // namespace
+}  // namespace blindfold
