@@ -14,6 +14,11 @@ constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 constexpr std::string_view declarationMark = "<?xml";
 constexpr std::string_view whiteSpace = " \t\r\n";
 constexpr std::string_view decimalDigits = "0123456789";
+constexpr std::string_view noNameStart = "0123456789-.";
+constexpr std::string_view nameCharacters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._:";
+constexpr std::string_view publicIdentifierCharacters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 \r\n-'()+,./:=?;!*#@$_%";
 
 struct Entity {
   std::string_view name;
@@ -202,7 +207,8 @@ void XMLReader::readDocumentType() {
   const bool isPublic = readOptional("PUBLIC");
   if (isPublic) {
     readWhiteSpace();
-    readLiteral();
+    const auto unexpected = readLiteral().find_first_not_of(publicIdentifierCharacters);
+    if (unexpected != std::string_view::npos) throw MalformedXML();
   }
   if (isPublic || readOptional("SYSTEM")) {
     readWhiteSpace();
@@ -226,6 +232,8 @@ bool XMLReader::skipCommentOrInstruction() {
   }
   if (!readOptional("<?")) return false;
   if (equalsIgnoringCase(readName(), "xml")) throw MalformedXML();
+  if (readOptional("?>")) return true;
+  readWhiteSpace();
   readUntil("?>");
   return true;
 }
@@ -261,9 +269,9 @@ std::vector<XMLReader::Attribute> XMLReader::readAttributes() {
   }
 }
 
+// Every name that a property list has is ASCII, so others are refused.
 std::string_view XMLReader::readName() {
-  constexpr std::string_view noNameStart = "0123456789-.";
-  const auto end = std::min(rest_.find_first_of(" \t\r\n/<>=?!&;'\"[]"), rest_.size());
+  const auto end = std::min(rest_.find_first_not_of(nameCharacters), rest_.size());
   const std::string_view name = rest_.substr(0, end);
   if (name.empty() || noNameStart.find(name.front()) != std::string_view::npos) {
     throw MalformedXML();

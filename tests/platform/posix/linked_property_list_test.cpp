@@ -55,6 +55,7 @@ TEST(LinkedPropertyListTest, WhatShipsHasItsSettingsAndNoOthers) {
 TEST(LinkedPropertyListTest, WhatShipsHasItsSettingsInTheirOrder) {
   const std::string list = contentsOf(SHIPPED_PROPERTY_LIST);
   std::vector<std::size_t> places;
+  places.reserve(shippedSettings.size());
   for (const auto& [key, value] : shippedSettings) {
     places.push_back(list.find("<key>" + key + "</key>"));
   }

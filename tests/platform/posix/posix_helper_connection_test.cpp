@@ -151,7 +151,7 @@ TEST(PosixHelperConnectionTest, ANameThatCannotBeAServicesInvalidates) {
 // Connections that wait at a service until none more finds room.
 std::vector<FileDescriptor> fillBacklog(const std::string& name) {
   std::vector<FileDescriptor> waiting;
-  const auto address = serviceSocketAddress(name).value();
+  const auto address = serviceSocketAddress(name).value_or(sockaddr_un{});
   for (;;) {
     FileDescriptor next(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (connect(next.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {

@@ -226,14 +226,14 @@ TEST(PropertyListTest, DeclarationsOfSeveralFormsAreTaken) {
   const std::string body = "<plist><dict><key>k</key><true/></dict></plist>";
   for (const std::string_view declaration : {
            "",
-           "<?xml version=\"1.0\"?>",
+           R"(<?xml version="1.0"?>)",
            "<?xml version='1.1' encoding='utf-8'?>",
-           "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>",
-           "<?xml version=\"1.0\" standalone='yes'?>",
+           R"(<?xml version="1.0" encoding="UTF-8" standalone="no" ?>)",
+           R"(<?xml version="1.0" standalone='yes'?>)",
            "<?xml-stylesheet href='a'?>",
            "<!DOCTYPE plist>",
            "<!DOCTYPE plist SYSTEM 'file://a'>",
-           "<!DOCTYPE plist PUBLIC \"a\" 'b' >",
+           R"(<!DOCTYPE plist PUBLIC "a" 'b' >)",
        }) {
     EXPECT_FALSE(isMalformed(std::string(declaration) + body)) << declaration;
   }
@@ -277,6 +277,10 @@ TEST(PropertyListTest, OtherDeclarationsAreMalformed) {
            "<?>",
            "<? ?>",
            "<?1?>",
+           "<?a/b?>",
+           "<?\x7f?>",
+           "<!DOCTYPE pl@st>",
+           "<!DOCTYPE plist PUBLIC '&' 'b'>",
        }) {
     EXPECT_TRUE(isMalformed(std::string(declaration) + body)) << declaration;
   }

@@ -30,7 +30,7 @@ std::string uniqueServiceName() {
 BoundService::BoundService(std::string name)
     : name_(std::move(name)), socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   std::filesystem::create_directories(systemDomainDirectory);
-  const auto address = serviceSocketAddress(name_).value();
+  const auto address = serviceSocketAddress(name_).value_or(sockaddr_un{});
   EXPECT_EQ(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   EXPECT_EQ(chmod(address.sun_path, 0777), 0);
 }
@@ -85,7 +85,7 @@ std::function<void(int)> answeringBytes(Bytes bytes) {
   };
 }
 
-std::function<void(int)> answering(Frame frame) {
+std::function<void(int)> answering(const Frame& frame) {
   return answeringBytes(encodeFrame(frame));
 }
 

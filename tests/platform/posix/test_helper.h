@@ -59,7 +59,7 @@ HelperMessage receiveMessage(int connection);
 void sendBytes(int connection, std::string_view bytes);
 
 /// Answers one request with this frame, or with these bytes.
-std::function<void(int)> answering(Frame frame);
+std::function<void(int)> answering(const Frame& frame);
 std::function<void(int)> answeringBytes(Bytes bytes);
 
 /// How many descriptors this process has open.
