@@ -4,10 +4,10 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "platform/platform_error.h"
 

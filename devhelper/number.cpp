@@ -21,8 +21,9 @@ bool isDigits(std::string_view text) {
 
 std::optional<std::uint64_t> parseCount(std::string_view text, std::uint64_t maximum) {
   std::uint64_t count = 0;
-  const auto* const end = text.data() + text.size();
-  const auto parsed = std::from_chars(text.data(), end, count);
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
+  const auto parsed = std::from_chars(begin, end, count);
   if (parsed.ec != std::errc() || parsed.ptr != end || count > maximum) return std::nullopt;
   return count;
 }

@@ -3,7 +3,6 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,30 +10,30 @@
 
 #include "devhelper/answer.h"
 #include "platform/helper_protocol.h"
+#include "platform/posix/frame.h"
 
 namespace blindfold {
 
-/// The most that a script may ask for.
+/// The most that a script may ask for, and hold.
 inline constexpr std::chrono::hours maximumScriptedDelay{24};
 inline constexpr std::chrono::minutes maximumTrickleInterval{1};
-inline constexpr std::size_t maximumTruncation = std::size_t{64} * 1024 * 1024;
+inline constexpr std::size_t maximumTruncation = frameHeaderSize + maximumFramePayload;
 inline constexpr std::size_t maximumScriptSize = std::size_t{128} * 1024 * 1024;
 
 /// How the helper is to answer, method by method.
 ///
 /// A script is text, one directive a line: `SELECTOR ACTION [OPERAND]`, words separated by blanks
-/// (spaces and tabs). Blank lines and lines that begin with `#` are skipped. The actions:
+/// (spaces and tabs). Blank lines and lines that begin with `#` are skipped. What becomes of the
+/// message:
 ///
-/// | action                       | what becomes of the message                                  |
-/// |------------------------------|--------------------------------------------------------------|
-/// | `reply TEXT`                 | the rest of the line, after one blank, is the reply's bytes  |
-/// | `reply-file PATH`            | the bytes of the file, read with the script, are the reply   |
-/// | `error TEXT`                 | it fails with the rest of the line as the error's description|
-/// | `silent`                     | it is never answered                                         |
-/// | `close`                      | the connection is dropped                                    |
-/// | `delay SECONDS ACTION …`     | the action follows later                                     |
-/// | `truncate N ACTION …`        | the first N bytes of the action's frame go out, then it ends |
-/// | `trickle MILLISECONDS ACTION …` | the action's frame goes out byte by byte                  |
+/// - `reply TEXT`: the rest of the line, after one blank, is the reply, byte for byte.
+/// - `reply-file PATH`: the bytes of the file, read together with the script, are the reply.
+/// - `error TEXT`: it fails, and the rest of the line describes why.
+/// - `silent`: it is never answered.
+/// - `close`: the connection is dropped.
+/// - `delay SECONDS ACTION`: the action follows later.
+/// - `truncate N ACTION`: the first N bytes of the action's frame go out, then the connection ends.
+/// - `trickle MILLISECONDS ACTION`: the action's frame goes out byte by byte, that far apart.
 ///
 /// Where actions are nested their order does not matter: delays add up, the shortest truncation and
 /// the slowest trickle count. `silent` and `close` send no frame, so nothing but a delay applies.

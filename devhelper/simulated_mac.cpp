@@ -87,6 +87,7 @@ DetectionResult SimulatedMac::detectTargets() {
   auto cameras = cameras_;
   for (auto& camera : cameras) camera.isSuspended = camera.id == state_.sourceCameraID;
   std::vector<LaunchdServiceState> states;
+  states.reserve(services_.size());
   for (const auto& service : services_) {
     states.push_back({service.label, service.domain, service.pid});
   }

@@ -6,7 +6,7 @@
 namespace blindfold {
 
 PlatformError systemFailure(const std::string& what) {
-  return PlatformError(what + ": " + std::generic_category().message(errno));
+  return PlatformError{what + ": " + std::generic_category().message(errno)};
 }
 
 }  // namespace blindfold

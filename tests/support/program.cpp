@@ -178,6 +178,15 @@ void drain(Descriptor& stream, std::string& bytes) {
   while (readSome(stream, bytes) == ReadOutcome::some) continue;
 }
 
+/// Whether one of the complete lines of `text` is `line`.
+bool hasLine(std::string_view text, std::string_view line) {
+  for (auto end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+    if (text.substr(0, end) == line) return true;
+    text.remove_prefix(end + 1);
+  }
+  return false;
+}
+
 pollfd watchFor(const Descriptor& source) {
   return {.fd = source.number(), .events = POLLIN, .revents = 0};
 }
@@ -210,11 +219,7 @@ class RunningProgram::Child {
   pid_t pid() const { return pid_; }
 
   bool waitForOutputLine(std::string_view line, Clock::time_point limit) {
-    const auto written = [&] {
-      return ("\n" + result_.standardOutput).find("\n" + std::string(line) + "\n") !=
-             std::string::npos;
-    };
-    while (!written()) {
+    while (!hasLine(result_.standardOutput, line)) {
       if (!standardOutput_.isOpen() || Clock::now() >= limit) return false;
       readOrWait(limit);
     }
