@@ -7,7 +7,7 @@
 #include "devhelper/number.h"
 #include "devhelper/quoted.h"
 #include "devhelper/usage_error.h"
-#include "model/text/one_line.h"
+#include "text/one_line.h"
 #include "platform/platform_error.h"
 
 namespace blindfold {

@@ -30,9 +30,6 @@ namespace blindfold {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 const HelperMessage status{HelperMethod::currentState, NoArgument{}};
 
@@ -77,7 +74,7 @@ TEST_F(DevelopmentHelperTest, AHoldLivesThroughItsWholeLife) {
   const RunningHelper helper(service_.text());
   const auto held = hold(30);
   ASSERT_TRUE(held.success);
-  const auto lease = held.holdState->leaseID.value();
+  const auto lease = held.holdState.value().leaseID.value();
   EXPECT_EQ(ask<HoldState>(HelperMethod::currentState), held.holdState);
   EXPECT_TRUE(ask<OperationResult>(HelperMethod::renew, TextArgument{lease}).success);
   EXPECT_FALSE(ask<OperationResult>(HelperMethod::renew, TextArgument{"other"}).success);
@@ -97,7 +94,7 @@ TEST_F(DevelopmentHelperTest, ALeaseExpiresByTheClock) {
 
 TEST_F(DevelopmentHelperTest, DatesAreOfToday) {
   const RunningHelper helper(service_.text());
-  const auto started = hold(30).holdState->startedAt.value();
+  const auto started = hold(30).holdState.value().startedAt.value();
   EXPECT_LT(std::chrono::abs(std::chrono::system_clock::now() - started), 1min);
 }
 
@@ -188,6 +185,7 @@ TEST_F(DevelopmentHelperTest, ASecondStartIsRefusedAndTheFirstGoesOn) {
 
 TEST_F(DevelopmentHelperTest, OfManyStartsAtOnceOneWins) {
   std::vector<RunningProgram> starts;
+  starts.reserve(20);
   for (int i = 0; i < 20; ++i) starts.emplace_back(helperArguments(service_.text(), {}));
   const auto ready = std::count_if(starts.begin(), starts.end(), [](RunningProgram& program) {
     return program.waitForOutputLine("ready");
@@ -298,6 +296,7 @@ TEST_F(DevelopmentHelperTest, ClientsBeyondTheLimitWaitForTheirTurn) {
   const RunningHelper helper(service_.text());
   // More connections than are served at a time and fewer than may wait to be accepted.
   std::vector<RawClient> clients;
+  clients.reserve(300);
   for (int i = 0; i < 300; ++i) clients.emplace_back(service_.text());
   clients.back().sendMessage(status);
   EXPECT_TRUE(clients.back().staysQuiet(100ms));
@@ -308,6 +307,7 @@ TEST_F(DevelopmentHelperTest, ClientsBeyondTheLimitWaitForTheirTurn) {
 TEST_F(DevelopmentHelperTest, ManyClientsAreServedAtTheSameTime) {
   const RunningHelper helper(service_.text());
   std::vector<RawClient> clients;
+  clients.reserve(64);
   for (int i = 0; i < 64; ++i) clients.emplace_back(service_.text());
   for (auto& client : clients) client.sendMessage(status);
   for (auto& client : clients) EXPECT_TRUE(client.receiveFrame());

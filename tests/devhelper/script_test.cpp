@@ -56,15 +56,15 @@ TEST(ScriptTest, EverySelectorOfTheProtocolIsKnown) {
 
 TEST(ScriptTest, DirectivesOfAMethodTakeTurnsAndTheLastOneRepeats) {
   Script script("muteMic: reply a\nunmuteMic: reply x\nmuteMic: reply b\n", "s");
-  EXPECT_EQ(script.next(HelperMethod::muteMic)->bytes, "a");
-  EXPECT_EQ(script.next(HelperMethod::muteMic)->bytes, "b");
-  EXPECT_EQ(script.next(HelperMethod::unmuteMic)->bytes, "x");
-  EXPECT_EQ(script.next(HelperMethod::muteMic)->bytes, "b");
+  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes, "a");
+  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes, "b");
+  EXPECT_EQ(script.next(HelperMethod::unmuteMic).value().bytes, "x");
+  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes, "b");
 }
 
 TEST(ScriptTest, BlankLinesAndCommentsAreSkipped) {
   Script script("\n  \t\n# hold:withReply: reply no\n  # nor this\nhold:withReply: reply yes", "s");
-  EXPECT_EQ(script.next(HelperMethod::hold)->bytes, "yes");
+  EXPECT_EQ(script.next(HelperMethod::hold).value().bytes, "yes");
 }
 
 TEST(ScriptTest, AnEmptyScriptIsFine) {
@@ -232,14 +232,14 @@ TEST(ScriptTest, AHundredThousandLinesAreRead) {
   for (int i = 0; i < 100'000; ++i) text += "muteMic: reply " + std::to_string(i) + "\n";
   Script script(text, "s");
   script.next(HelperMethod::muteMic);
-  EXPECT_EQ(script.next(HelperMethod::muteMic)->bytes, "1");
+  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes, "1");
 }
 
 TEST(ScriptTest, AScriptFileIsReadByItsPath) {
   const TemporaryDirectory directory;
   const auto path = directory.path() + "/script";
   writeFile(path, "muteMic: reply from a file\n");
-  EXPECT_EQ(Script::read(path).next(HelperMethod::muteMic)->bytes, "from a file");
+  EXPECT_EQ(Script::read(path).next(HelperMethod::muteMic).value().bytes, "from a file");
 }
 
 TEST(ScriptTest, AScriptFileThatCannotBeReadIsRefused) {

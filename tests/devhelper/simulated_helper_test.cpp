@@ -73,8 +73,8 @@ TEST_F(SimulatedHelperTest, RestoreIsTheMacs) {
 }
 
 TEST_F(SimulatedHelperTest, MuteAndUnmuteAreTheMacs) {
-  EXPECT_TRUE(record<OperationResult>(HelperMethod::muteMic).holdState->micMuted);
-  EXPECT_FALSE(record<OperationResult>(HelperMethod::unmuteMic).holdState->micMuted);
+  EXPECT_TRUE(record<OperationResult>(HelperMethod::muteMic).holdState.value().micMuted);
+  EXPECT_FALSE(record<OperationResult>(HelperMethod::unmuteMic).holdState.value().micMuted);
 }
 
 TEST_F(SimulatedHelperTest, PresenceBegins) {

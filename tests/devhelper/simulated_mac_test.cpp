@@ -16,8 +16,6 @@ namespace blindfold {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr Instant startDate = std::chrono::sys_days(std::chrono::year{2025} / 3 / 4) + 10h;
 
@@ -122,18 +120,17 @@ TEST_F(SimulatedMacTest, ItIsIdleAtFirst) {
 TEST_F(SimulatedMacTest, AHoldBeginsALease) {
   const auto result = mac_.hold(request(mac_));
   EXPECT_TRUE(result.success);
-  ASSERT_TRUE(result.holdState);
-  EXPECT_EQ(result.holdState->mode, "held");
-  EXPECT_EQ(result.holdState->leaseID, "L1");
-  EXPECT_EQ(result.holdState->startedAt, startDate);
-  EXPECT_EQ(result.holdState->lastHeartbeatAt, startDate);
-  EXPECT_EQ(result.holdState->sourceCameraID, mac_.detectTargets().selectedCameraID);
+  EXPECT_EQ(result.holdState.value().mode, "held");
+  EXPECT_EQ(result.holdState.value().leaseID, "L1");
+  EXPECT_EQ(result.holdState.value().startedAt, startDate);
+  EXPECT_EQ(result.holdState.value().lastHeartbeatAt, startDate);
+  EXPECT_EQ(result.holdState.value().sourceCameraID, mac_.detectTargets().selectedCameraID);
   EXPECT_EQ(mac_.currentState(), result.holdState);
 }
 
 TEST_F(SimulatedMacTest, EveryTargetIsHeldInTheOrderOfTheRequest) {
   const auto asked = request(mac_);
-  const auto held = mac_.hold(asked).holdState->heldTargets;
+  const auto held = mac_.hold(asked).holdState.value().heldTargets;
   ASSERT_EQ(held.size(), asked.targets.size());
   for (std::size_t i = 0; i < held.size(); ++i) {
     EXPECT_EQ(held[i].label, asked.targets[i].label);
@@ -148,7 +145,7 @@ TEST_F(SimulatedMacTest, AStoppedServiceKeepsItsPid) {
   asked.targets[0].controlMode = ControlMode::sigstop;
   const auto pid = asked.targets[0].pid;
   ASSERT_TRUE(pid);
-  EXPECT_EQ(mac_.hold(asked).holdState->heldTargets[0].pid, pid);
+  EXPECT_EQ(mac_.hold(asked).holdState.value().heldTargets[0].pid, pid);
   EXPECT_EQ(mac_.detectTargets().resolvedTargets[0].pid, pid);
 }
 
@@ -156,7 +153,7 @@ TEST_F(SimulatedMacTest, ATerminatedServiceHasNoPidWhileItIsHeld) {
   auto asked = request(mac_);
   asked.targets = {asked.targets.front()};
   asked.targets[0].controlMode = ControlMode::sigtermDebug;
-  EXPECT_EQ(mac_.hold(asked).holdState->heldTargets[0].pid, std::nullopt);
+  EXPECT_EQ(mac_.hold(asked).holdState.value().heldTargets[0].pid, std::nullopt);
   EXPECT_EQ(mac_.detectTargets().serviceStates[0].pid, std::nullopt);
 }
 
@@ -174,7 +171,7 @@ TEST_F(SimulatedMacTest, ATerminatedServiceComesBackWithANewPid) {
 TEST_F(SimulatedMacTest, PidsAreTheMacsOwnAndNotTheRequests) {
   auto asked = request(mac_);
   asked.targets = {{"com.example.unheardof", ServiceDomain::gui, 0, 99, ControlMode::sigstop}};
-  EXPECT_EQ(mac_.hold(asked).holdState->heldTargets[0].pid, std::nullopt);
+  EXPECT_EQ(mac_.hold(asked).holdState.value().heldTargets[0].pid, std::nullopt);
 }
 
 TEST_F(SimulatedMacTest, TheCameraIsSuspendedWhileItIsHeld) {
@@ -251,7 +248,7 @@ TEST_F(SimulatedMacTest, AfterALeaseHasEndedTheCameraCanBeHeldAgain) {
   pass(31s);
   const auto result = mac_.hold(request(mac_));
   EXPECT_TRUE(result.success);
-  EXPECT_EQ(result.holdState->leaseID, "L2");
+  EXPECT_EQ(result.holdState.value().leaseID, "L2");
 }
 
 TEST_F(SimulatedMacTest, ARenewalMovesTheHeartbeatAndTheEnd) {
@@ -259,8 +256,8 @@ TEST_F(SimulatedMacTest, ARenewalMovesTheHeartbeatAndTheEnd) {
   pass(20s);
   const auto result = mac_.renew("L1");
   EXPECT_TRUE(result.success);
-  EXPECT_EQ(result.holdState->lastHeartbeatAt, startDate + 20s);
-  EXPECT_EQ(result.holdState->startedAt, startDate);
+  EXPECT_EQ(result.holdState.value().lastHeartbeatAt, startDate + 20s);
+  EXPECT_EQ(result.holdState.value().startedAt, startDate);
   pass(30s - 1ns);
   EXPECT_EQ(mac_.currentState().mode, "held");
   pass(1ns);
@@ -274,7 +271,7 @@ TEST_F(SimulatedMacTest, AWrongLeaseIsNotRenewed) {
     const auto result = mac_.renew(lease);
     EXPECT_FALSE(result.success);
     EXPECT_EQ(result.message, "That is not the lease of the hold.");
-    EXPECT_EQ(result.holdState->lastHeartbeatAt, startDate);
+    EXPECT_EQ(result.holdState.value().lastHeartbeatAt, startDate);
   }
 }
 
