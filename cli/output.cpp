@@ -7,23 +7,11 @@
 #include <system_error>
 
 #include "cli/exit_status.h"
+#include "helperclient/error_description.h"
 #include "text/one_line.h"
 #include "text/utf8.h"
 
 namespace blindfold {
-namespace {
-
-std::string description(const std::exception_ptr& error) {
-  try {
-    std::rethrow_exception(error);
-  } catch (const std::exception& failure) {
-    return failure.what();
-  } catch (...) {
-    return "An unknown error occurred.";
-  }
-}
-
-}  // namespace
 
 void printLine(std::string_view line) {
   const std::string_view text = isValidUTF8(line) ? line : std::string_view();
@@ -35,7 +23,7 @@ void printLine(std::string_view line) {
 }
 
 void reportFailureAndExit(const std::exception_ptr& error) {
-  const std::string line = oneLine(description(error)) + '\n';
+  const std::string line = oneLine(errorDescription(error)) + '\n';
   std::fputs(line.c_str(), stderr);
   std::exit(ExitStatus::failed);
 }

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "helperclient/error_description.h"
+
 namespace blindfold {
 namespace {
 
@@ -32,16 +34,6 @@ std::string describePlainCase(Case errorCase) {
   return std::string(row->description);
 }
 
-std::string describeUnderlying(const std::exception_ptr& underlying) {
-  try {
-    std::rethrow_exception(underlying);
-  } catch (const std::exception& error) {
-    return error.what();
-  } catch (...) {
-    return "An unknown error occurred.";
-  }
-}
-
 }  // namespace
 
 HelperClientError::HelperClientError(Case errorCase, std::string description,
@@ -52,7 +44,7 @@ HelperClientError::HelperClientError(Case plainCase)
     : HelperClientError(plainCase, describePlainCase(plainCase), nullptr) {}
 
 HelperClientError HelperClientError::transport(std::exception_ptr underlying) {
-  return {Case::transport, describeUnderlying(underlying), underlying};
+  return {Case::transport, blindfold::errorDescription(underlying), underlying};
 }
 
 }  // namespace blindfold
