@@ -70,7 +70,7 @@ std::optional<minutes> parseZone(std::string_view text) {
   if (text.empty() || !hasForm(text.substr(1), offsetForm)) return std::nullopt;
   const auto offset = parseHoursAndMinutes(text, 1);
   if (!offset) return std::nullopt;
-  if (text.front() == '+') return *offset;
+  if (text.front() == '+') return offset;
   if (text.front() == '-') return -*offset;
   return std::nullopt;
 }

@@ -102,10 +102,10 @@ std::string JSONString::text() const {
     const std::string_view plain = rest.substr(0, rest.find('\\'));
     text += plain;
     rest.remove_prefix(plain.size());
-    if (rest.empty()) return text;
-    const JSONEscape escape = readJSONEscape(rest).value();
-    text += encodeUTF8(escape.codePoint).text();
-    rest.remove_prefix(escape.length);
+    const auto escape = readJSONEscape(rest);
+    if (!escape) return text;
+    text += encodeUTF8(escape->codePoint).text();
+    rest.remove_prefix(escape->length);
   }
 }
 

@@ -114,7 +114,9 @@ JSONMembers::JSONMembers(const JSONValue& object) : rest_(object.text.substr(1))
 std::optional<JSONMember> JSONMembers::next() {
   const auto key = takeValue(rest_);
   if (!key) return std::nullopt;
-  return JSONMember{key->string(), takeValue(rest_).value()};
+  const auto value = takeValue(rest_);
+  if (!value) return std::nullopt;
+  return JSONMember{key->string(), *value};
 }
 
 }  // namespace blindfold

@@ -1,0 +1,66 @@
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "model/detection.h"
+#include "model/hold.h"
+#include "model/json/decoding_error.h"
+#include "model/json/json_decoder.h"
+#include "model/json/json_encoder.h"
+#include "text/one_line.h"
+
+// Whatever the bytes: decoding gives a record or a `DecodingError` whose text is one line of valid
+// UTF-8. A record that was decoded encodes to one line; that decodes to an equal record, and that
+// one encodes to the same bytes.
+
+namespace {
+
+using namespace blindfold;
+
+void require(bool condition, const char* what) {
+  if (condition) return;
+  std::fprintf(stderr, "not so: %s\n", what);
+  std::abort();
+}
+
+template <Record T>
+void requireRoundTrip(const T& record) {
+  const std::string text = makeJSONEncoder().encode(record);
+  const T again = JSONDecoder().decode<T>(text);
+  if constexpr (requires { record == again; }) {
+    require(record == again, "what is encoded decodes to an equal record");
+  }
+  require(makeJSONEncoder().encode(again) == text, "an equal record encodes to the same bytes");
+  require(text.find_first_of("\n\r") == std::string::npos, "a record encodes to one line");
+}
+
+/// The record that `bytes` hold, or nothing.
+template <Record T>
+std::optional<T> decode(std::string_view bytes) {
+  try {
+    return JSONDecoder().decode<T>(bytes);
+  } catch (const DecodingError& error) {
+    require(error.what() == oneLine(error.what()), "an error is one line of valid UTF-8");
+    return std::nullopt;
+  }
+}
+
+template <Record T>
+void fuzz(std::string_view bytes) {
+  if (const auto record = decode<T>(bytes)) requireRoundTrip(*record);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  fuzz<DetectionResult>(bytes);
+  fuzz<HoldRequest>(bytes);
+  fuzz<HoldState>(bytes);
+  fuzz<OperationResult>(bytes);
+  return 0;
+}
