@@ -74,11 +74,11 @@ TEST(LargeInputTest, ManyKeysOfASnapshot) {
 
 TEST(LargeInputTest, LongKeysOfASnapshotThatBeginAlike) {
   HoldRequest request = sample::holdRequest();
-  const std::string beginning = repeated("\u00C9", 2'000);
-  for (std::int64_t index = 0; index < 4'000; ++index) {
+  const std::string beginning = repeated("\u00C9", 500);
+  for (std::int64_t index = 0; index < 2'000; ++index) {
     request.correlationSnapshot[beginning + std::to_string(index)] = index;
   }
-  expectWithinLimit([&] { EXPECT_GT(makeJSONEncoder().encode(request).size(), 16'000'000U); });
+  expectWithinLimit([&] { EXPECT_GT(makeJSONEncoder().encode(request).size(), 2'000'000U); });
 }
 
 /// A text of an operation result whose unknown key holds `value`.
