@@ -7,8 +7,8 @@
 #include "devhelper/number.h"
 #include "devhelper/quoted.h"
 #include "devhelper/usage_error.h"
-#include "text/one_line.h"
 #include "platform/platform_error.h"
+#include "text/one_line.h"
 
 namespace blindfold {
 namespace {

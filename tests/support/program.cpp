@@ -20,6 +20,8 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/posix/file_descriptor.h"
+
 namespace blindfold {
 
 namespace {
@@ -42,38 +44,16 @@ void checkedSpawn(int error, const char* what) {
   if (error != 0) throwError(error, what);
 }
 
-/// An open descriptor of this process, or none.
-class Descriptor {
- public:
-  Descriptor() = default;
-  explicit Descriptor(int number) : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(number_, other.number_);
-    return *this;
-  }
-  ~Descriptor() { close(); }
-
-  int number() const { return number_; }
-  bool isOpen() const { return number_ != -1; }
-  void close() {
-    if (isOpen()) ::close(std::exchange(number_, -1));
-  }
-
- private:
-  int number_ = -1;
-};
-
 /// A pipe; neither end is inherited by a program.
 struct Pipe {
-  Descriptor readEnd;
-  Descriptor writeEnd;
+  FileDescriptor readEnd;
+  FileDescriptor writeEnd;
 
   Pipe() {
     std::array<int, 2> ends{};
     checked(pipe2(ends.data(), O_CLOEXEC), "pipe2");
-    readEnd = Descriptor(ends[0]);
-    writeEnd = Descriptor(ends[1]);
+    readEnd = FileDescriptor(ends[0]);
+    writeEnd = FileDescriptor(ends[1]);
     // Only the reader must never block; the flag belongs to this end of the pipe alone.
     checked(fcntl(ends[0], F_SETFL, O_NONBLOCK), "fcntl");
   }
@@ -103,8 +83,8 @@ class SpawnPlan {
     checkedSpawn(posix_spawn_file_actions_addopen(&actions_, number, path.c_str(), flags, 0),
                  "posix_spawn_file_actions_addopen");
   }
-  void duplicate(const Descriptor& source, int number) {
-    checkedSpawn(posix_spawn_file_actions_adddup2(&actions_, source.number(), number),
+  void duplicate(const FileDescriptor& source, int number) {
+    checkedSpawn(posix_spawn_file_actions_adddup2(&actions_, source.get(), number),
                  "posix_spawn_file_actions_adddup2");
   }
   void close(int number) {
@@ -157,16 +137,16 @@ std::optional<std::vector<std::string>> environmentTexts(const ProgramOptions& o
 enum class ReadOutcome { some, nothingNow, end };
 
 /// Appends what one read takes from the stream to `bytes`, and closes it when it is at its end.
-ReadOutcome readSome(Descriptor& stream, std::string& bytes) {
-  if (!stream.isOpen()) return ReadOutcome::end;
+ReadOutcome readSome(FileDescriptor& stream, std::string& bytes) {
+  if (!stream) return ReadOutcome::end;
   std::array<char, readSize> buffer{};
   ssize_t count = -1;
-  while ((count = ::read(stream.number(), buffer.data(), buffer.size())) == -1) {
+  while ((count = ::read(stream.get(), buffer.data(), buffer.size())) == -1) {
     if (errno == EAGAIN) return ReadOutcome::nothingNow;
     if (errno != EINTR) throwError(errno, "read");
   }
   if (count == 0) {
-    stream.close();
+    stream.reset();
     return ReadOutcome::end;
   }
   bytes.append(buffer.data(), static_cast<std::size_t>(count));
@@ -174,7 +154,7 @@ ReadOutcome readSome(Descriptor& stream, std::string& bytes) {
 }
 
 /// Appends everything that the stream still holds to `bytes`.
-void drain(Descriptor& stream, std::string& bytes) {
+void drain(FileDescriptor& stream, std::string& bytes) {
   while (readSome(stream, bytes) == ReadOutcome::some) continue;
 }
 
@@ -187,8 +167,8 @@ bool hasLine(std::string_view text, std::string_view line) {
   return false;
 }
 
-pollfd watchFor(const Descriptor& source) {
-  return {.fd = source.number(), .events = POLLIN, .revents = 0};
+pollfd watchFor(const FileDescriptor& source) {
+  return {.fd = source.get(), .events = POLLIN, .revents = 0};
 }
 
 int pollTimeout(Clock::time_point limit) {
@@ -200,8 +180,8 @@ int pollTimeout(Clock::time_point limit) {
 
 class RunningProgram::Child {
  public:
-  Child(pid_t pid, Descriptor standardOutput, Descriptor standardError, Clock::time_point start,
-        std::chrono::milliseconds deadline)
+  Child(pid_t pid, FileDescriptor standardOutput, FileDescriptor standardError,
+        Clock::time_point start, std::chrono::milliseconds deadline)
       : pid_(pid),
         standardOutput_(std::move(standardOutput)),
         standardError_(std::move(standardError)),
@@ -220,7 +200,7 @@ class RunningProgram::Child {
 
   bool waitForOutputLine(std::string_view line, Clock::time_point limit) {
     while (!hasLine(result_.standardOutput, line)) {
-      if (!standardOutput_.isOpen() || Clock::now() >= limit) return false;
+      if (!standardOutput_ || Clock::now() >= limit) return false;
       readOrWait(limit);
     }
     return true;
@@ -261,16 +241,16 @@ class RunningProgram::Child {
     readSome(standardError_, result_.standardError);
     if (sources[2].revents == 0) return;
     ended_ = true;
-    process_.close();
+    process_.reset();
   }
 
   pid_t pid_;
-  Descriptor standardOutput_;
-  Descriptor standardError_;
+  FileDescriptor standardOutput_;
+  FileDescriptor standardError_;
   Clock::time_point start_;
   Clock::time_point deadline_;
   /// Readable once the child has ended.
-  Descriptor process_;
+  FileDescriptor process_;
   bool ended_ = false;
   bool reaped_ = false;
   ProgramResult result_;
@@ -332,8 +312,8 @@ ProgramResult runInChild(const std::function<void()>& function,
   const auto start = Clock::now();
   const pid_t pid = checked(fork(), "fork");
   if (pid == 0) {
-    dup2(output.writeEnd.number(), STDOUT_FILENO);
-    dup2(error.writeEnd.number(), STDERR_FILENO);
+    dup2(output.writeEnd.get(), STDOUT_FILENO);
+    dup2(error.writeEnd.get(), STDERR_FILENO);
     const rlimit noCore{.rlim_cur = 0, .rlim_max = 0};
     setrlimit(RLIMIT_CORE, &noCore);
     // An exception leaves this noexcept function, as it would leave `main`: the child is aborted.
