@@ -2,7 +2,6 @@
 
 #include <mutex>
 #include <optional>
-#include <utility>
 
 namespace blindfold {
 

@@ -1,6 +1,7 @@
 #include "config/deployment_settings.h"
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 #include "config/info_dictionary.h"

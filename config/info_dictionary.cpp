@@ -1,7 +1,7 @@
 #include "config/info_dictionary.h"
 
-#include <algorithm>
 #include <optional>
+#include <utility>
 #include <variant>
 
 #include "config/white_space.h"

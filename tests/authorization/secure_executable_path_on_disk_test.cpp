@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -6,11 +5,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <optional>
-#include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "authorization/client_authorization.h"
 #include "authorization/secure_executable_path.h"
