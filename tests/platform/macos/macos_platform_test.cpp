@@ -1,0 +1,20 @@
+#include <gtest/gtest.h>
+
+#include "platform/platform.h"
+
+namespace blindfold {
+namespace {
+
+TEST(MacOSPlatformTest, IsTheSameForEveryCaller) {
+  EXPECT_EQ(&currentPlatform(), &currentPlatform());
+}
+
+TEST(MacOSPlatformTest, AnswersThroughEveryMember) {
+  const Platform& platform = currentPlatform();
+  EXPECT_TRUE(platform.fileManager.isExecutableFile("/"));
+  EXPECT_TRUE(platform.bundles.mainBundle().executableURL().has_value());
+  EXPECT_NE(platform.timedWork.makeWorkItem([] {}), nullptr);
+}
+
+}  // namespace
+}  // namespace blindfold

@@ -1,0 +1,4 @@
+#pragma once
+
+// GNUstep's headers look for the blocks runtime under this name.
+#include <Block.h>

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace blindfold {
+
+/// What the Security framework's stand-in answers, and what it saw.
+struct SecurityStandIn {
+  enum class Value { missing, text, number };
+
+  static SecurityStandIn& shared();
+
+  /// Makes the settings below the ones of a program signed by a team, and forgets what was seen.
+  void reset();
+
+  bool hasSelf = true;
+  bool hasStaticCode = true;
+  bool hasInformation = true;
+  /// Functions report success but hand out nothing.
+  bool succeedsEmptyHanded = false;
+  Value identifier = Value::text;
+  Value teamIdentifier = Value::text;
+  std::string identifierText;
+  std::string teamIdentifierText;
+
+  /// The path of the last static code made from a path.
+  std::optional<std::string> staticCodePath;
+  /// The flags of the last call that read signing information.
+  unsigned informationFlags = 0;
+
+  /// How many objects the functions have handed out and not got back.
+  static int liveObjects();
+};
+
+}  // namespace blindfold
