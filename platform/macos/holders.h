@@ -50,7 +50,13 @@ class ObjectHolder {
     std::swap(object_, other.object_);
     return *this;
   }
-  ~ObjectHolder() { [object_ release]; }
+  ~ObjectHolder() {
+    if (object_ == nil) return;
+    // An object that goes away may autorelease others.
+    @autoreleasepool {
+      [object_ release];
+    }
+  }
 
   Object get() const { return object_; }
   explicit operator bool() const { return object_ != nil; }
