@@ -5,6 +5,17 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+if(APPLE)
+  enable_language(OBJCXX)
+  set(CMAKE_OBJCXX_STANDARD 20)
+  set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
+  set(CMAKE_OBJCXX_EXTENSIONS OFF)
+  foreach(language IN ITEMS CXX OBJCXX)
+    set(CMAKE_${language}_VISIBILITY_PRESET hidden)
+  endforeach()
+  set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+endif()
+
 set(BLINDFOLD_SANITIZERS "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 option(BLINDFOLD_FUZZERS "Build the fuzzers (clang only)" OFF)
 set(BLINDFOLD_SYSTEM_DOMAIN_DIRECTORY "/run/blindfold" CACHE STRING
@@ -27,8 +38,11 @@ if(BLINDFOLD_SANITIZERS)
   add_link_options(-fsanitize=${BLINDFOLD_SANITIZERS})
 endif()
 
-# Links a program the way it ships: alone, small and without symbols on Linux.
+# Links a program the way it ships: small on macOS; alone, small and without symbols on Linux.
 function(blindfold_link_for_shipping target)
+  if(APPLE)
+    target_link_options(${target} PRIVATE -Wl,-dead_strip)
+  endif()
   if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND CMAKE_BUILD_TYPE STREQUAL "Release"
      AND NOT BLINDFOLD_SANITIZERS)
     target_link_options(${target} PRIVATE -static -s -Wl,--gc-sections)

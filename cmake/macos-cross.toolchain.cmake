@@ -1,0 +1,36 @@
+# Builds for macOS on Linux: zig's clang, libc++ and C headers, LLVM's tools for Mach-O files, and
+# this project's declarations of what it uses of macOS's frameworks. scripts/install-zig installs
+# the compiler.
+
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_PROCESSOR arm64)
+
+set(BLINDFOLD_MACOS_ARCHITECTURE "arm64" CACHE STRING "The architecture: arm64 or x86_64")
+set(target_arm64 aarch64-macos.14.0)
+set(target_x86_64 x86_64-macos.14.0)
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES BLINDFOLD_MACOS_ARCHITECTURE)
+
+get_filename_component(repository "${CMAKE_CURRENT_LIST_DIR}" DIRECTORY)
+set(zig "${repository}/build/zig/zig")
+if(NOT EXISTS "${zig}")
+  message(FATAL_ERROR "The cross-compiler is not installed. Run scripts/install-zig.")
+endif()
+foreach(language IN ITEMS CXX OBJCXX ASM)
+  set(CMAKE_${language}_COMPILER "${zig}" c++ -target ${target_${BLINDFOLD_MACOS_ARCHITECTURE}})
+endforeach()
+# CMake cannot tell by itself who assembles.
+set(CMAKE_ASM_COMPILER_ID Clang)
+
+find_program(CMAKE_AR NAMES llvm-ar-19 llvm-ar REQUIRED)
+find_program(CMAKE_RANLIB NAMES llvm-ranlib-19 llvm-ranlib REQUIRED)
+find_program(CMAKE_INSTALL_NAME_TOOL NAMES llvm-install-name-tool-19 llvm-install-name-tool REQUIRED)
+
+# No SDK: what the compiler lacks is declared here.
+set(CMAKE_OSX_SYSROOT "")
+set(declarations "${CMAKE_CURRENT_LIST_DIR}/macos-declarations")
+# The compiler's own way of naming the language makes CMake's a second one.
+set(CMAKE_OBJCXX_FLAGS_INIT
+    "-iframework ${declarations}/Frameworks -Wno-unused-command-line-argument")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-F${declarations}/Frameworks -L${declarations}/lib")
+
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE NEVER)
