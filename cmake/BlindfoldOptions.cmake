@@ -38,10 +38,10 @@ if(BLINDFOLD_SANITIZERS)
   add_link_options(-fsanitize=${BLINDFOLD_SANITIZERS})
 endif()
 
-# Links a program the way it ships: small on macOS; alone, small and without symbols on Linux.
+# Links a program the way it ships: small and without debugging symbols on macOS; alone, small and without symbols on Linux.
 function(blindfold_link_for_shipping target)
   if(APPLE)
-    target_link_options(${target} PRIVATE -Wl,-dead_strip)
+    target_link_options(${target} PRIVATE -Wl,-dead_strip -Wl,-S)
   endif()
   if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND CMAKE_BUILD_TYPE STREQUAL "Release"
      AND NOT BLINDFOLD_SANITIZERS)
