@@ -7,6 +7,9 @@
 
 namespace blindfold {
 
+template <class T>
+class Task;
+
 namespace task_detail {
 
 /// What the promises of all tasks share: who waits, and that finishing resumes the one who waits.
@@ -33,9 +36,7 @@ class PromiseBase {
 template <class T>
 class Promise : public PromiseBase {
  public:
-  std::coroutine_handle<Promise> get_return_object() noexcept {
-    return std::coroutine_handle<Promise>::from_promise(*this);
-  }
+  Task<T> get_return_object() noexcept;
   void return_value(T value) { result_.template emplace<1>(std::move(value)); }
   void unhandled_exception() noexcept { result_.template emplace<2>(std::current_exception()); }
   T take() {
@@ -50,9 +51,7 @@ class Promise : public PromiseBase {
 template <>
 class Promise<void> : public PromiseBase {
  public:
-  std::coroutine_handle<Promise> get_return_object() noexcept {
-    return std::coroutine_handle<Promise>::from_promise(*this);
-  }
+  Task<void> get_return_object() noexcept;
   void return_void() const noexcept {}
   void unhandled_exception() noexcept { failure_ = std::current_exception(); }
   void take() const {
@@ -74,9 +73,7 @@ class [[nodiscard]] Task {
  public:
   using promise_type = task_detail::Promise<T>;
 
-  Task(std::coroutine_handle<promise_type>
-           coroutine) noexcept  // NOLINT(google-explicit-constructor)
-      : coroutine_(coroutine) {}
+  explicit Task(std::coroutine_handle<promise_type> coroutine) noexcept : coroutine_(coroutine) {}
   Task(Task&& other) noexcept : coroutine_(std::exchange(other.coroutine_, nullptr)) {}
   Task& operator=(Task&& other) noexcept {
     std::swap(coroutine_, other.coroutine_);
@@ -107,5 +104,18 @@ class [[nodiscard]] Task {
  private:
   std::coroutine_handle<promise_type> coroutine_;
 };
+
+namespace task_detail {
+
+template <class T>
+Task<T> Promise<T>::get_return_object() noexcept {
+  return Task<T>(std::coroutine_handle<Promise>::from_promise(*this));
+}
+
+inline Task<void> Promise<void>::get_return_object() noexcept {
+  return Task<void>(std::coroutine_handle<Promise>::from_promise(*this));
+}
+
+}  // namespace task_detail
 
 }  // namespace blindfold
