@@ -41,9 +41,9 @@ set(CMAKE_OBJCXX_EXTENSIONS OFF)
 add_library(blindfold_gnustep INTERFACE)
 add_library(Blindfold::GNUstep ALIAS blindfold_gnustep)
 target_include_directories(blindfold_gnustep SYSTEM INTERFACE
-  "${GNUSTEP_INCLUDE_DIRECTORY}" "${GCC_OBJC_INCLUDE_DIRECTORY}" "${BLOCKS_INCLUDE_DIRECTORY}")
+  $<$<COMPILE_LANGUAGE:OBJCXX>:${GNUSTEP_INCLUDE_DIRECTORY};${GCC_OBJC_INCLUDE_DIRECTORY};${BLOCKS_INCLUDE_DIRECTORY}>)
 target_compile_definitions(blindfold_gnustep INTERFACE
-  GNUSTEP GNUSTEP_BASE_LIBRARY=1 GNU_RUNTIME=1 _NATIVE_OBJC_EXCEPTIONS)
+  $<$<COMPILE_LANGUAGE:OBJCXX>:GNUSTEP;GNUSTEP_BASE_LIBRARY=1;GNU_RUNTIME=1;_NATIVE_OBJC_EXCEPTIONS>)
 target_compile_options(blindfold_gnustep INTERFACE
   $<$<COMPILE_LANGUAGE:OBJCXX>:-fblocks;-fobjc-runtime=gcc;-fexceptions;-fobjc-exceptions;-fconstant-string-class=NSConstantString>)
 find_package(Threads REQUIRED)

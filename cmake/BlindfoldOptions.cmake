@@ -26,7 +26,7 @@ set(BLINDFOLD_DEVELOPMENT_SERVICE "app.blindfold.helper.dev" CACHE STRING
 add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # g++ 12 sees an overlap in every "text" + string: its bug 105651.
-  add_compile_options(-Wno-restrict)
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_options(-ffunction-sections -fdata-sections)
