@@ -44,7 +44,8 @@ HelperClientError::HelperClientError(Case plainCase)
     : HelperClientError(plainCase, describePlainCase(plainCase), nullptr) {}
 
 HelperClientError HelperClientError::transport(std::exception_ptr underlying) {
-  return {Case::transport, blindfold::errorDescription(underlying), underlying};
+  std::string description = blindfold::errorDescription(underlying);
+  return {Case::transport, std::move(description), std::move(underlying)};
 }
 
 }  // namespace blindfold

@@ -59,8 +59,9 @@ void Request::await_suspend(std::coroutine_handle<> caller) {
 }
 
 Bytes Request::await_resume() {
-  if (const auto* error = std::get_if<HelperClientError>(&*outcome_)) throw *error;
-  return std::get<Bytes>(std::move(*outcome_));
+  RequestOutcome outcome = std::move(outcome_).value();
+  if (const auto* error = std::get_if<HelperClientError>(&outcome)) throw *error;
+  return std::get<Bytes>(std::move(outcome));
 }
 
 }  // namespace blindfold
