@@ -67,7 +67,7 @@ struct FieldTable<HeldTarget> {
 struct HoldState {
   std::string mode;  ///< The helper's word, passed through.
   std::optional<std::string> leaseID = std::nullopt;
-  std::vector<HeldTarget> heldTargets = {};  // NOLINT(readability-redundant-member-init)
+  std::vector<HeldTarget> heldTargets = {};
   std::optional<Instant> startedAt = std::nullopt;
   std::optional<Instant> lastHeartbeatAt = std::nullopt;
   std::optional<std::string> sourceCameraID = std::nullopt;
