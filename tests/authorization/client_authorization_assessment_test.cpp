@@ -121,6 +121,11 @@ struct Fault {
   std::optional<ClientAuthorizationFailure> failure;
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest's name
+void PrintTo(const Fault& fault, std::ostream* stream) {
+  *stream << fault.name;
+}
+
 // Which signature the client has where the one that is accepted would hide the fault.
 void signByOtherTeam(FakeMac& mac) {
   mac.signing.ownInformation = SigningInformation{"app.blindfold.mac", "T2"};
