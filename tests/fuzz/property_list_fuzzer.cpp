@@ -13,7 +13,7 @@ namespace {
 // What follows a first byte of UTF-8, by the standard's table of well-formed sequences.
 struct Sequence {
   unsigned char firstLow, firstHigh;
-  int following;
+  unsigned char following;
   unsigned char secondLow, secondHigh;
 };
 
