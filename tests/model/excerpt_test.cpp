@@ -27,7 +27,7 @@ TEST(ExcerptTest, ALongNumberIsCut) {
 }
 
 TEST(ExcerptTest, WhatATerminalWouldActOnIsEscaped) {
-  EXPECT_EQ(excerpt(JSONValue{"\"\x7F\u202E\""}), R"("\u007f\u202e")");
+  EXPECT_EQ(excerpt(JSONValue{"\"\x7F\u200E\""}), R"("\u007f\u200e")");
 }
 
 }  // namespace

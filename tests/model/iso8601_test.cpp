@@ -45,6 +45,7 @@ TEST(ParseISO8601Test, TheYearsReachFrom0000To9999) {
 TEST(ParseISO8601Test, AnOffsetMayNotLeadOutOfTheYears) {
   EXPECT_EQ(parseISO8601("0000-01-01T00:00:00+00:01"), std::nullopt);
   EXPECT_EQ(parseISO8601("9999-12-31T23:59:59-00:01"), std::nullopt);
+  EXPECT_EQ(parseISO8601("9999-12-31T23:59:00-00:01"), std::nullopt);
   EXPECT_EQ(parseISO8601("0000-01-01T00:01:00+00:01"), instant(0, 1, 1, 0, 0, 0));
   EXPECT_EQ(parseISO8601("9999-12-31T23:58:59-00:01"), instant(9999, 12, 31, 23, 59, 59));
 }

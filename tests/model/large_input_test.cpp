@@ -116,7 +116,7 @@ TEST(LargeInputTest, AKeyOfMegabytes) {
 
 TEST(LargeInputTest, AStringOfNothingButEscapes) {
   const std::string text =
-      R"({"success":true,"message":")" + repeated("\\ud83d\\udcf7\\n", 500'000) + R"("})";
+      R"({"success":true,"message":")" + repeated(R"(\ud83d\udcf7\n)", 500'000) + R"("})";
   expectWithinLimit(
       [&] { EXPECT_EQ(JSONDecoder().decode<OperationResult>(text).message.size(), 2'500'000U); });
 }
