@@ -6,49 +6,15 @@
 #include <variant>
 
 #include "platform/posix/property_list.h"
+#include "text/utf8.h"
 
 namespace blindfold {
 namespace {
 
-// What follows a first byte of UTF-8, by the standard's table of well-formed sequences.
-struct Sequence {
-  unsigned char firstLow, firstHigh;
-  unsigned char following;
-  unsigned char secondLow, secondHigh;
-};
-
-constexpr Sequence sequences[] = {
-    {0x01, 0x7f, 0, 0, 0},       {0xc2, 0xdf, 1, 0x80, 0xbf}, {0xe0, 0xe0, 2, 0xa0, 0xbf},
-    {0xe1, 0xec, 2, 0x80, 0xbf}, {0xed, 0xed, 2, 0x80, 0x9f}, {0xee, 0xef, 2, 0x80, 0xbf},
-    {0xf0, 0xf0, 3, 0x90, 0xbf}, {0xf1, 0xf3, 3, 0x80, 0xbf}, {0xf4, 0xf4, 3, 0x80, 0x8f},
-};
-
-bool isWithin(char byte, unsigned char low, unsigned char high) {
-  return static_cast<unsigned char>(byte) >= low && static_cast<unsigned char>(byte) <= high;
-}
-
-// The length of the sequence that begins `text`; 0 when there is none.
-std::size_t sequenceLength(std::string_view text) {
-  for (const auto& sequence : sequences) {
-    if (!isWithin(text.front(), sequence.firstLow, sequence.firstHigh)) continue;
-    const auto length = static_cast<std::size_t>(sequence.following) + 1;
-    if (text.size() < length) return 0;
-    if (length > 1 && !isWithin(text[1], sequence.secondLow, sequence.secondHigh)) return 0;
-    for (std::size_t i = 2; i < length; ++i) {
-      if (!isWithin(text[i], 0x80, 0xbf)) return 0;
-    }
-    return length;
-  }
-  return 0;
-}
-
 // Texts are UTF-8 without NUL, whatever the list holds.
 void expectText(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t length = sequenceLength(text);
-    if (length == 0) std::abort();
-    text.remove_prefix(length);
-  }
+  const auto isNotNUL = [](char32_t codePoint) { return codePoint != 0; };
+  if (!isValidUTF8(text, isNotNUL)) std::abort();
 }
 
 void expectTexts(const DictionaryValue& value) {
