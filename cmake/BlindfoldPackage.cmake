@@ -48,13 +48,20 @@ set_target_properties(blindfold_client PROPERTIES
   OUTPUT_NAME blindfold EXPORT_NAME helperclient LINKER_LANGUAGE CXX
   VERIFY_INTERFACE_HEADER_SETS ON)
 
+# On a Mac the prefix of a plain install is the product's bundle, which takes the tool alone.
+if(APPLE)
+  set(unlessAskedFor EXCLUDE_FROM_ALL)
+endif()
+
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 set(packageDirectory "${CMAKE_INSTALL_LIBDIR}/cmake/Blindfold")
 write_basic_package_version_file(BlindfoldConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(TARGETS blindfold_client EXPORT Blindfold COMPONENT development
-  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/blindfold")
+install(TARGETS blindfold_client EXPORT Blindfold
+  ARCHIVE COMPONENT development ${unlessAskedFor}
+  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/blindfold"
+    COMPONENT development ${unlessAskedFor})
 install(EXPORT Blindfold NAMESPACE Blindfold:: FILE BlindfoldConfig.cmake
-  DESTINATION "${packageDirectory}" COMPONENT development)
+  DESTINATION "${packageDirectory}" COMPONENT development ${unlessAskedFor})
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/BlindfoldConfigVersion.cmake"
-  DESTINATION "${packageDirectory}" COMPONENT development)
+  DESTINATION "${packageDirectory}" COMPONENT development ${unlessAskedFor})
