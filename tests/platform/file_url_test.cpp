@@ -10,7 +10,7 @@ TEST(FileURLTest, AnAbsolutePathIsKeptAsItIs) {
 }
 
 TEST(FileURLTest, ARelativePathIsTakenFromTheCurrentDirectory) {
-  EXPECT_EQ(FileURL("helper", "/work").path(), "/work/helper");
+  EXPECT_EQ(FileURL("helper", "/current").path(), "/current/helper");
   EXPECT_EQ(FileURL("helper", "/").path(), "/helper");
 }
 
