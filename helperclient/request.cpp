@@ -59,9 +59,8 @@ void Request::await_suspend(std::coroutine_handle<> caller) {
 }
 
 Bytes Request::await_resume() {
-  RequestOutcome outcome = std::move(outcome_).value();
-  if (const auto* error = std::get_if<HelperClientError>(&outcome)) throw *error;
-  return std::get<Bytes>(std::move(outcome));
+  if (const auto* error = std::get_if<HelperClientError>(&outcome_)) throw *error;
+  return std::get<Bytes>(std::move(outcome_));
 }
 
 }  // namespace blindfold

@@ -3,7 +3,6 @@
 #include <coroutine>
 #include <functional>
 #include <memory>
-#include <optional>
 
 #include "helperclient/single_outcome.h"
 #include "platform/platform.h"
@@ -32,7 +31,7 @@ class Request {
   std::shared_ptr<HelperConnection> connection_;
   double timeLimit_;
   MessageBody body_;
-  std::optional<RequestOutcome> outcome_;
+  RequestOutcome outcome_;  // has its meaning once the caller is resumed
 };
 
 }  // namespace blindfold

@@ -17,9 +17,9 @@ template <typename Provider>
 class BundleContract : public testing::Test {
  protected:
   BundleContract() {
-    std::filesystem::create_directories(url.path() + "/Contents/MacOS");
+    std::filesystem::create_directories(url_.path() + "/Contents/MacOS");
     // GNUstep looks for the same property list in the directory of this name.
-    std::filesystem::create_symlink("Contents", url.path() + "/Resources");
+    std::filesystem::create_symlink("Contents", url_.path() + "/Resources");
   }
 
   /// Writes the bundle's property list with these keys and values.
@@ -28,36 +28,36 @@ class BundleContract : public testing::Test {
                   entries + "</dict></plist>\n");
   }
   void writeInfoFile(const std::string& contents) const {
-    std::ofstream(url.path() + "/Contents/Info.plist") << contents;
+    std::ofstream(url_.path() + "/Contents/Info.plist") << contents;
   }
 
-  std::unique_ptr<Bundle> open() const { return provider.bundleWithURL(url); }
+  std::unique_ptr<Bundle> open() const { return provider_.bundleWithURL(url_); }
 
   std::optional<DictionaryValue> valueOf(const std::string& key) const {
     return open()->objectForInfoDictionaryKey(key);
   }
 
-  const Provider provider;
-  const TemporaryDirectory directory;
-  const FileURL url = FileURL(directory.path()).appendingPathComponent("X.app");
+  const Provider provider_;
+  const TemporaryDirectory directory_;
+  const FileURL url_ = FileURL(directory_.path()).appendingPathComponent("X.app");
 };
 
 TYPED_TEST_SUITE_P(BundleContract);
 
 TYPED_TEST_P(BundleContract, WhereThereIsNoDirectoryThereIsNoBundle) {
-  std::ofstream(this->directory.path() + "/file") << "text";
-  const FileURL place(this->directory.path());
-  EXPECT_EQ(this->provider.bundleWithURL(place.appendingPathComponent("missing")), nullptr);
-  EXPECT_EQ(this->provider.bundleWithURL(place.appendingPathComponent("file")), nullptr);
+  std::ofstream(this->directory_.path() + "/file") << "text";
+  const FileURL place(this->directory_.path());
+  EXPECT_EQ(this->provider_.bundleWithURL(place.appendingPathComponent("missing")), nullptr);
+  EXPECT_EQ(this->provider_.bundleWithURL(place.appendingPathComponent("file")), nullptr);
 }
 
 TYPED_TEST_P(BundleContract, APathWithANULByteHoldsNoBundle) {
-  EXPECT_EQ(this->provider.bundleWithURL(FileURL(this->url.path() + std::string("\0x", 2))),
+  EXPECT_EQ(this->provider_.bundleWithURL(FileURL(this->url_.path() + std::string("\0x", 2))),
             nullptr);
 }
 
 TYPED_TEST_P(BundleContract, StandsWhereItWasOpened) {
-  EXPECT_EQ(this->open()->bundleURL(), this->url);
+  EXPECT_EQ(this->open()->bundleURL(), this->url_);
 }
 
 TYPED_TEST_P(BundleContract, HasTheIdentifierThatItDeclares) {
@@ -115,7 +115,7 @@ TYPED_TEST_P(BundleContract, HasNothingUnderAnotherKey) {
 }
 
 TYPED_TEST_P(BundleContract, TheMainBundleHasAnExecutable) {
-  const auto executable = this->provider.mainBundle().executableURL();
+  const auto executable = this->provider_.mainBundle().executableURL();
   ASSERT_TRUE(executable.has_value());
   EXPECT_EQ(executable->path(), std::filesystem::read_symlink("/proc/self/exe").string());
 }

@@ -17,7 +17,7 @@ namespace blindfold {
 template <typename Manager>
 class FileManagerContract : public testing::Test {
  protected:
-  std::string pathOf(const std::string& name) const { return directory.path() + "/" + name; }
+  std::string pathOf(const std::string& name) const { return directory_.path() + "/" + name; }
 
   /// Makes a regular file with these permissions.
   std::string makeFile(const std::string& name, mode_t mode) const {
@@ -38,10 +38,10 @@ class FileManagerContract : public testing::Test {
   }
 
   /// What the interface promises, whatever the class behind it adds.
-  const FileManager& fileManager() const { return manager; }
+  const FileManager& fileManager() const { return manager_; }
 
-  const Manager manager;
-  const TemporaryDirectory directory;
+  const Manager manager_;
+  const TemporaryDirectory directory_;
 };
 
 TYPED_TEST_SUITE_P(FileManagerContract);
@@ -57,7 +57,7 @@ TYPED_TEST_P(FileManagerContract, AMissingFileIsNotExecutable) {
 }
 
 TYPED_TEST_P(FileManagerContract, ADirectoryThatMayBeSearchedIsExecutable) {
-  EXPECT_TRUE(this->fileManager().isExecutableFile(this->directory.path()));
+  EXPECT_TRUE(this->fileManager().isExecutableFile(this->directory_.path()));
 }
 
 TYPED_TEST_P(FileManagerContract, ALinkIsExecutableWhenItsTargetIs) {
@@ -74,7 +74,7 @@ TYPED_TEST_P(FileManagerContract, APathWithANULByteNamesNothing) {
 
 TYPED_TEST_P(FileManagerContract, TellsTheTypesApart) {
   EXPECT_EQ(this->typeOf(this->makeFile("file", 0644)), FileType::regular);
-  EXPECT_EQ(this->typeOf(this->directory.path()), FileType::directory);
+  EXPECT_EQ(this->typeOf(this->directory_.path()), FileType::directory);
   ASSERT_EQ(mkfifo(this->pathOf("fifo").c_str(), 0600), 0);
   EXPECT_EQ(this->typeOf(this->pathOf("fifo")), FileType::other);
   EXPECT_EQ(this->typeOf("/dev/null"), FileType::other);
@@ -127,7 +127,7 @@ TYPED_TEST_P(FileManagerContract, NeverTakesANameThatIsNotTextForAnother) {
 
 TYPED_TEST_P(FileManagerContract, TellsTheCurrentDirectory) {
   const std::filesystem::path before = std::filesystem::current_path();
-  std::filesystem::current_path(this->directory.path());
+  std::filesystem::current_path(this->directory_.path());
   EXPECT_EQ(this->fileManager().currentDirectoryPath(), std::filesystem::current_path().string());
   std::filesystem::current_path(before);
 }
