@@ -3,7 +3,7 @@
 #import <Foundation/Foundation.h>
 
 /// Takes the reply's bytes, or nil.
-typedef void (^BlindfoldReply)(NSData* reply);
+using BlindfoldReply = void (^)(NSData* reply);
 
 /// The helper's protocol as the platform's connection needs it: `helperProtocol` in Objective-C.
 /// The connection reads the types of arguments and replies from the metadata that the compiler

@@ -22,16 +22,20 @@ std::int64_t nanosecondsOf(double seconds) {
   return static_cast<std::int64_t>(bounded * static_cast<double>(NSEC_PER_SEC));
 }
 
+/// A block that calls `work`, to be scheduled or cancelled.
+BlockHolder<dispatch_block_t> makeBlock(const std::shared_ptr<DroppableHandler>& work) {
+  // A block captures a reference as one, so it needs a value of its own.
+  const auto shared = work;  // NOLINT(performance-unnecessary-copy-initialization)
+  return BlockHolder<dispatch_block_t>::adopting(dispatch_block_create(dispatch_block_flags_t{}, ^{
+    shared->callOnce();
+  }));
+}
+
 /// Dispatch keeps a scheduled block until its time has come, cancelled or not. So the block shares
 /// the work with the item, which can let go of it at once.
 class DispatchWorkItem final : public WorkItem {
  public:
-  explicit DispatchWorkItem(std::shared_ptr<DroppableHandler> work)
-      : work_(work),
-        block_(BlockHolder<dispatch_block_t>::adopting(
-            dispatch_block_create(dispatch_block_flags_t{}, ^{
-              work->callOnce();
-            }))) {}
+  explicit DispatchWorkItem(std::function<void()> work) { work_->set(std::move(work)); }
 
   void cancel() override {
     dispatch_block_cancel(block_.get());
@@ -41,16 +45,14 @@ class DispatchWorkItem final : public WorkItem {
   dispatch_block_t block() const { return block_.get(); }
 
  private:
-  std::shared_ptr<DroppableHandler> work_;
-  BlockHolder<dispatch_block_t> block_;
+  const std::shared_ptr<DroppableHandler> work_ = std::make_shared<DroppableHandler>();
+  const BlockHolder<dispatch_block_t> block_ = makeBlock(work_);
 };
 
 }  // namespace
 
 std::shared_ptr<WorkItem> DispatchTimedWorkQueue::makeWorkItem(std::function<void()> work) {
-  const auto shared = std::make_shared<DroppableHandler>();
-  shared->set(std::move(work));
-  return std::make_shared<DispatchWorkItem>(shared);
+  return std::make_shared<DispatchWorkItem>(std::move(work));
 }
 
 void DispatchTimedWorkQueue::schedule(const std::shared_ptr<WorkItem>& item, double seconds) {
