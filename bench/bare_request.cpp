@@ -14,7 +14,7 @@ int main() {
 
   const auto address = serviceSocketAddress(BLINDFOLD_DEVELOPMENT_SERVICE);
   const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (!address ||
+  if (!address || connection < 0 ||
       connect(connection, reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
     return 1;
   }

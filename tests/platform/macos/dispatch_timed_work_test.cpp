@@ -22,111 +22,111 @@ using Clock = std::chrono::steady_clock;
 class DispatchTimedWorkTest : public testing::Test {
  protected:
   std::shared_ptr<WorkItem> item(const std::string& name) {
-    return queue.makeWorkItem([events = events, name] { events->add(name); });
+    return queue_.makeWorkItem([events = events_, name] { events->add(name); });
   }
 
-  DispatchTimedWorkQueue queue;
-  std::shared_ptr<Events> events = std::make_shared<Events>();
+  DispatchTimedWorkQueue queue_;
+  std::shared_ptr<Events> events_ = std::make_shared<Events>();
 };
 
 TEST_F(DispatchTimedWorkTest, RunsWorkOnceItsTimeHasCome) {
   const auto start = Clock::now();
-  queue.schedule(item("ran"), 0.05);
-  EXPECT_THAT(events->waitFor(1), ElementsAre("ran"));
+  queue_.schedule(item("ran"), 0.05);
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("ran"));
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
 }
 
 TEST_F(DispatchTimedWorkTest, RunsWorkOnAnotherThread) {
   std::thread::id worker;
-  queue.schedule(queue.makeWorkItem([this, &worker] {
+  queue_.schedule(queue_.makeWorkItem([this, &worker] {
     worker = std::this_thread::get_id();
-    events->add("ran");
+    events_->add("ran");
   }),
-                 0);
-  events->waitFor(1);
+                  0);
+  events_->waitFor(1);
   EXPECT_NE(worker, std::this_thread::get_id());
 }
 
 TEST_F(DispatchTimedWorkTest, RunsWorkInTheOrderOfItsTimes) {
-  queue.schedule(item("later"), 0.2);
-  queue.schedule(item("sooner"), 0.01);
-  EXPECT_THAT(events->waitFor(2), ElementsAre("sooner", "later"));
+  queue_.schedule(item("later"), 0.2);
+  queue_.schedule(item("sooner"), 0.01);
+  EXPECT_THAT(events_->waitFor(2), ElementsAre("sooner", "later"));
 }
 
 TEST_F(DispatchTimedWorkTest, RunsAnItemWhoseOwnerHasLetGoOfIt) {
-  queue.schedule(item("ran"), 0.01);
-  EXPECT_THAT(events->waitFor(1), ElementsAre("ran"));
+  queue_.schedule(item("ran"), 0.01);
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("ran"));
 }
 
 TEST_F(DispatchTimedWorkTest, DoesNotRunWhatWasCancelled) {
   const auto cancelled = item("cancelled");
-  queue.schedule(cancelled, 0.01);
+  queue_.schedule(cancelled, 0.01);
   cancelled->cancel();
-  queue.schedule(item("after"), 0.05);
-  EXPECT_THAT(events->waitFor(1), ElementsAre("after"));
+  queue_.schedule(item("after"), 0.05);
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("after"));
 }
 
 TEST_F(DispatchTimedWorkTest, DoesNotRunWhatWasCancelledBeforeItWasScheduled) {
   const auto cancelled = item("cancelled");
   cancelled->cancel();
-  queue.schedule(cancelled, 0);
-  queue.schedule(item("after"), 0.05);
-  EXPECT_THAT(events->waitFor(1), ElementsAre("after"));
+  queue_.schedule(cancelled, 0);
+  queue_.schedule(item("after"), 0.05);
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("after"));
 }
 
 TEST_F(DispatchTimedWorkTest, LetsGoOfCancelledWorkAtOnce) {
   const auto cancelled = item("cancelled");
-  queue.schedule(cancelled, 3600);
-  EXPECT_EQ(events.use_count(), 2);
+  queue_.schedule(cancelled, 3600);
+  EXPECT_EQ(events_.use_count(), 2);
   cancelled->cancel();
   cancelled->cancel();
-  EXPECT_EQ(events.use_count(), 1);
+  EXPECT_EQ(events_.use_count(), 1);
 }
 
 TEST_F(DispatchTimedWorkTest, LetsGoOfWorkThatHasRun) {
   const auto done = item("ran");
-  queue.schedule(done, 0);
-  events->waitFor(1);
-  EXPECT_TRUE(comesTrue([&] { return events.use_count() == 1; }));
+  queue_.schedule(done, 0);
+  events_->waitFor(1);
+  EXPECT_TRUE(comesTrue([&] { return events_.use_count() == 1; }));
 }
 
 TEST_F(DispatchTimedWorkTest, CancelDoesNotWaitForWorkThatRuns) {
   std::binary_semaphore started{0};
   std::binary_semaphore mayEnd{0};
-  const auto item = queue.makeWorkItem([&, events = events] {
+  const auto item = queue_.makeWorkItem([&, events = events_] {
     started.release();
     mayEnd.acquire();
-    events->add("ended");
+    events_->add("ended");
   });
-  queue.schedule(item, 0);
+  queue_.schedule(item, 0);
   started.acquire();
   item->cancel();
-  EXPECT_THAT(events->soFar(), IsEmpty());
+  EXPECT_THAT(events_->soFar(), IsEmpty());
   mayEnd.release();
-  EXPECT_THAT(events->waitFor(1), ElementsAre("ended"));
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("ended"));
 }
 
 TEST_F(DispatchTimedWorkTest, TakesADelayBelowZeroOrNotANumberForNone) {
-  queue.schedule(item("below zero"), -1);
-  queue.schedule(item("not a number"), std::numeric_limits<double>::quiet_NaN());
-  EXPECT_THAT(events->waitFor(2), testing::UnorderedElementsAre("below zero", "not a number"));
+  queue_.schedule(item("below zero"), -1);
+  queue_.schedule(item("not a number"), std::numeric_limits<double>::quiet_NaN());
+  EXPECT_THAT(events_->waitFor(2), testing::UnorderedElementsAre("below zero", "not a number"));
 }
 
 TEST_F(DispatchTimedWorkTest, NeverReachesADelayWithoutEnd) {
   const auto endless = item("endless");
-  queue.schedule(endless, std::numeric_limits<double>::infinity());
-  queue.schedule(item("after"), 0.05);
-  EXPECT_THAT(events->waitFor(1), ElementsAre("after"));
+  queue_.schedule(endless, std::numeric_limits<double>::infinity());
+  queue_.schedule(item("after"), 0.05);
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("after"));
   endless->cancel();
 }
 
 TEST_F(DispatchTimedWorkTest, RunsOrDropsWorkWhoseTimeComesAsItIsCancelled) {
   for (int i = 0; i < 2000; ++i) {
     const auto contested = item("ran");
-    queue.schedule(contested, 1e-5);
+    queue_.schedule(contested, 1e-5);
     contested->cancel();
   }
-  EXPECT_TRUE(comesTrue([&] { return events.use_count() == 1; }));
+  EXPECT_TRUE(comesTrue([&] { return events_.use_count() == 1; }));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // What the sanitizers are to overlook in GCC's Objective-C runtime and GNUstep's library, which are
 // not built for them: memory kept for the life of the process, and counts of references that the
 // thread sanitizer cannot see. The adapters' own objects and blocks are counted (live_objects.h).
+// NOLINTBEGIN(readability-identifier-naming): the sanitizers' names
 extern "C" {
 
 const char* __lsan_default_suppressions();
@@ -15,3 +16,4 @@ const char* __tsan_default_suppressions() {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-identifier-naming)

@@ -17,13 +17,13 @@ class SecurityCodeSigningTest : public testing::Test {
   void TearDown() override { EXPECT_EQ(SecurityStandIn::liveObjects(), 0); }
 
   std::optional<SigningInformation> ownInformation() {
-    const auto code = codeSigning.copySelf();
+    const auto code = codeSigning_.copySelf();
     const auto staticCode = code == nullptr ? nullptr : code->copyStaticCode();
     return staticCode == nullptr ? std::nullopt : staticCode->copySigningInformation();
   }
 
-  SecurityCodeSigning codeSigning;
-  SecurityStandIn& security = SecurityStandIn::shared();
+  SecurityCodeSigning codeSigning_;
+  SecurityStandIn& security_ = SecurityStandIn::shared();
 };
 
 TEST_F(SecurityCodeSigningTest, ReadsBothIdentifiersOfTheRunningCode) {
@@ -32,67 +32,67 @@ TEST_F(SecurityCodeSigningTest, ReadsBothIdentifiersOfTheRunningCode) {
 
 TEST_F(SecurityCodeSigningTest, AsksForTheSigningInformation) {
   ownInformation();
-  EXPECT_EQ(security.informationFlags, 2U);
+  EXPECT_EQ(security_.informationFlags, 2U);
 }
 
 TEST_F(SecurityCodeSigningTest, MakesTheStaticCodeOfAPath) {
-  const auto code = codeSigning.createStaticCode(FileURL("/Library/Tools/h\u00e9lper"));
+  const auto code = codeSigning_.createStaticCode(FileURL("/Library/Tools/h\u00e9lper"));
   ASSERT_NE(code, nullptr);
-  EXPECT_EQ(security.staticCodePath, "/Library/Tools/h\u00e9lper");
+  EXPECT_EQ(security_.staticCodePath, "/Library/Tools/h\u00e9lper");
   EXPECT_EQ(code->copySigningInformation(), (SigningInformation{"app.blindfold.mac", "T1"}));
 }
 
 TEST_F(SecurityCodeSigningTest, LeavesOutAValueThatIsMissing) {
-  security.teamIdentifier = SecurityStandIn::Value::missing;
+  security_.teamIdentifier = SecurityStandIn::Value::missing;
   EXPECT_EQ(ownInformation(), (SigningInformation{"app.blindfold.mac", std::nullopt}));
 }
 
 TEST_F(SecurityCodeSigningTest, TellsAValueThatIsNotTextFromOneThatIsMissing) {
-  security.identifier = SecurityStandIn::Value::number;
+  security_.identifier = SecurityStandIn::Value::number;
   EXPECT_EQ(ownInformation(), (SigningInformation{OpaqueValue{}, "T1"}));
 }
 
 TEST_F(SecurityCodeSigningTest, KeepsEmptyTexts) {
-  security.identifierText = "";
-  security.teamIdentifierText = "";
+  security_.identifierText = "";
+  security_.teamIdentifierText = "";
   EXPECT_EQ(ownInformation(), (SigningInformation{"", ""}));
 }
 
 TEST_F(SecurityCodeSigningTest, HasNoCodeWhenThePlatformRefuses) {
-  security.hasSelf = false;
-  EXPECT_EQ(codeSigning.copySelf(), nullptr);
+  security_.hasSelf = false;
+  EXPECT_EQ(codeSigning_.copySelf(), nullptr);
 }
 
 TEST_F(SecurityCodeSigningTest, HasNoStaticCodeWhenThePlatformRefuses) {
-  security.hasStaticCode = false;
-  EXPECT_EQ(codeSigning.copySelf()->copyStaticCode(), nullptr);
-  EXPECT_EQ(codeSigning.createStaticCode(FileURL("/bin/sh")), nullptr);
+  security_.hasStaticCode = false;
+  EXPECT_EQ(codeSigning_.copySelf()->copyStaticCode(), nullptr);
+  EXPECT_EQ(codeSigning_.createStaticCode(FileURL("/bin/sh")), nullptr);
 }
 
 TEST_F(SecurityCodeSigningTest, HasNoInformationWhenThePlatformRefuses) {
-  security.hasInformation = false;
+  security_.hasInformation = false;
   EXPECT_EQ(ownInformation(), std::nullopt);
 }
 
 TEST_F(SecurityCodeSigningTest, HasNothingWhenThePlatformSucceedsEmptyHanded) {
-  const auto code = codeSigning.copySelf();
+  const auto code = codeSigning_.copySelf();
   const auto staticCode = code->copyStaticCode();
-  security.succeedsEmptyHanded = true;
-  EXPECT_EQ(codeSigning.copySelf(), nullptr);
+  security_.succeedsEmptyHanded = true;
+  EXPECT_EQ(codeSigning_.copySelf(), nullptr);
   EXPECT_EQ(code->copyStaticCode(), nullptr);
-  EXPECT_EQ(codeSigning.createStaticCode(FileURL("/bin/sh")), nullptr);
+  EXPECT_EQ(codeSigning_.createStaticCode(FileURL("/bin/sh")), nullptr);
   EXPECT_EQ(staticCode->copySigningInformation(), std::nullopt);
 }
 
 TEST_F(SecurityCodeSigningTest, HasNoStaticCodeForAPathThatNamesNothing) {
-  EXPECT_EQ(codeSigning.createStaticCode(FileURL(std::string("/bin/sh\0x", 9))), nullptr);
-  EXPECT_EQ(security.staticCodePath, std::nullopt);
+  EXPECT_EQ(codeSigning_.createStaticCode(FileURL(std::string("/bin/sh\0x", 9))), nullptr);
+  EXPECT_EQ(security_.staticCodePath, std::nullopt);
 }
 
 TEST_F(SecurityCodeSigningTest, AsksAnewEveryTime) {
-  const auto staticCode = codeSigning.copySelf()->copyStaticCode();
+  const auto staticCode = codeSigning_.copySelf()->copyStaticCode();
   staticCode->copySigningInformation();
-  security.teamIdentifierText = "T2";
+  security_.teamIdentifierText = "T2";
   EXPECT_EQ(staticCode->copySigningInformation(), (SigningInformation{"app.blindfold.mac", "T2"}));
 }
 

@@ -41,40 +41,40 @@ class XPCHelperConnectionTest : public testing::Test {
   }
 
   std::shared_ptr<HelperConnection> make() {
-    return provider.makePrivilegedConnection("app.example.service");
+    return provider_.makePrivilegedConnection("app.example.service");
   }
 
   /// A connection whose handlers report to `events`, taken as far as `resume`.
   std::shared_ptr<HelperConnection> open() {
     auto connection = make();
     connection->setRemoteObjectInterface();
-    connection->setInvalidationHandler([events = events] { events->add("invalidated"); });
-    connection->setInterruptionHandler([events = events] { events->add("interrupted"); });
+    connection->setInvalidationHandler([events = events_] { events->add("invalidated"); });
+    connection->setInterruptionHandler([events = events_] { events->add("interrupted"); });
     connection->resume();
     return connection;
   }
 
   std::unique_ptr<HelperProxy> proxyOf(HelperConnection& connection) {
     return connection.remoteObjectProxy(
-        [events = events](const PlatformError& error) { events->add(error.what()); });
+        [events = events_](const PlatformError& error) { events->add(error.what()); });
   }
 
   ReplyHandler reply() {
-    return [events = events](const Bytes& bytes) { events->add("reply " + bytes); };
+    return [events = events_](const Bytes& bytes) { events->add("reply " + bytes); };
   }
 
   /// Keeps the next reply instead of giving it.
   void holdReply() {
     InProcessService::shared().setAnswer(
         [this](const HelperMessage&, const InProcessService::Reply& reply) {
-          heldReply = reply;
-          events->add("asked");
+          heldReply_ = reply;
+          events_->add("asked");
         });
   }
 
-  XPCHelperConnectionProvider provider;
-  std::shared_ptr<Events> events = std::make_shared<Events>();
-  InProcessService::Reply heldReply;
+  XPCHelperConnectionProvider provider_;
+  std::shared_ptr<Events> events_ = std::make_shared<Events>();
+  InProcessService::Reply heldReply_;
 };
 
 TEST_F(XPCHelperConnectionTest, OpensTheNamedServiceOfTheSystemDomain) {
@@ -102,7 +102,7 @@ TEST_F(XPCHelperConnectionTest, GivesTheReplysBytes) {
       });
   const auto connection = open();
   proxyOf(*connection)->send({HelperMethod::currentState, NoArgument{}}, reply());
-  EXPECT_THAT(events->waitFor(1), ElementsAre("reply " + Bytes("\0\xff{}\n", 5)));
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("reply " + Bytes("\0\xff{}\n", 5)));
 }
 
 TEST_F(XPCHelperConnectionTest, TakesAReplyWithoutDataForNoBytes) {
@@ -110,59 +110,59 @@ TEST_F(XPCHelperConnectionTest, TakesAReplyWithoutDataForNoBytes) {
       [](const HelperMessage&, const InProcessService::Reply& reply) { reply(std::nullopt); });
   const auto connection = open();
   proxyOf(*connection)->send({HelperMethod::currentState, NoArgument{}}, reply());
-  EXPECT_THAT(events->waitFor(1), ElementsAre("reply "));
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("reply "));
 }
 
 TEST_F(XPCHelperConnectionTest, DoesNotReplyInsideTheCall) {
   holdReply();
   const auto connection = open();
   proxyOf(*connection)->send({HelperMethod::currentState, NoArgument{}}, reply());
-  EXPECT_THAT(events->waitFor(1), ElementsAre("asked"));
-  heldReply("late");
-  EXPECT_THAT(events->waitFor(2), ElementsAre("asked", "reply late"));
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("asked"));
+  heldReply_("late");
+  EXPECT_THAT(events_->waitFor(2), ElementsAre("asked", "reply late"));
 }
 
 TEST_F(XPCHelperConnectionTest, TellsTheProxysErrorInThePlatformsOwnWords) {
   holdReply();
   const auto connection = open();
   proxyOf(*connection)->send({HelperMethod::currentState, NoArgument{}}, reply());
-  EXPECT_THAT(events->waitFor(1), ElementsAre("asked"));
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("asked"));
   InProcessService::failProxies("  Couldn\u2019t reach \u00e9\U0001f600\na helper. ");
-  EXPECT_THAT(events->waitFor(2),
+  EXPECT_THAT(events_->waitFor(2),
               ElementsAre("asked", "  Couldn\u2019t reach \u00e9\U0001f600\na helper. "));
 }
 
 TEST_F(XPCHelperConnectionTest, TellsOfAnInterruptionEveryTime) {
   const auto connection = open();
   InProcessService::interrupt();
-  events->waitFor(1);
+  events_->waitFor(1);
   InProcessService::interrupt();
-  EXPECT_THAT(events->waitFor(2), ElementsAre("interrupted", "interrupted"));
+  EXPECT_THAT(events_->waitFor(2), ElementsAre("interrupted", "interrupted"));
 }
 
 TEST_F(XPCHelperConnectionTest, TellsOfItsInvalidationAfterTheCall) {
   const auto connection = open();
   connection->invalidate();
-  EXPECT_THAT(events->waitFor(1), ElementsAre("invalidated"));
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("invalidated"));
 }
 
 TEST_F(XPCHelperConnectionTest, IsNotInvalidatedTwice) {
   const auto connection = open();
   connection->invalidate();
-  events->waitFor(1);
+  events_->waitFor(1);
   connection->invalidate();
   InProcessService::endFromOutside(8);
   EXPECT_TRUE(comesTrue([] { return InProcessService::lastConnection().invalidated; }));
-  EXPECT_THAT(events->waitFor(1), ElementsAre("invalidated"));
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("invalidated"));
 }
 
 TEST_F(XPCHelperConnectionTest, TellsOfAnEndFromOutsideOnceHoweverManyThreadsCall) {
   const auto connection = open();
   InProcessService::endFromOutside(64);
-  events->waitFor(1);
+  events_->waitFor(1);
   connection->invalidate();
   EXPECT_TRUE(comesTrue([] { return InProcessService::lastConnection().invalidated; }));
-  EXPECT_THAT(events->soFar(), ElementsAre("invalidated"));
+  EXPECT_THAT(events_->soFar(), ElementsAre("invalidated"));
 }
 
 TEST_F(XPCHelperConnectionTest, CallsHandlersOnSeveralThreadsAtOnce) {
@@ -171,20 +171,20 @@ TEST_F(XPCHelperConnectionTest, CallsHandlersOnSeveralThreadsAtOnce) {
   proxy->send({HelperMethod::currentState, NoArgument{}}, reply());
   InProcessService::interrupt(100);
   InProcessService::failProxies("failed", 100);
-  EXPECT_THAT(events->waitFor(201), SizeIs(201));
+  EXPECT_THAT(events_->waitFor(201), SizeIs(201));
   connection->invalidate();
-  EXPECT_EQ(events->waitFor(202).back(), "invalidated");
+  EXPECT_EQ(events_->waitFor(202).back(), "invalidated");
 }
 
 TEST_F(XPCHelperConnectionTest, PassesOnAReplyThatComesAfterTheInvalidation) {
   holdReply();
   const auto connection = open();
   proxyOf(*connection)->send({HelperMethod::currentState, NoArgument{}}, reply());
-  events->waitFor(1);
+  events_->waitFor(1);
   connection->invalidate();
-  events->waitFor(2);
-  heldReply("late");
-  EXPECT_THAT(events->waitFor(3), ElementsAre("asked", "invalidated", "reply late"));
+  events_->waitFor(2);
+  heldReply_("late");
+  EXPECT_THAT(events_->waitFor(3), ElementsAre("asked", "invalidated", "reply late"));
 }
 
 TEST_F(XPCHelperConnectionTest, HasNoProxyWhenThePlatformsDoesNotConform) {
@@ -210,7 +210,7 @@ TEST_F(XPCHelperConnectionTest, LetsGoOfItsHandlersOnceItIsInvalid) {
   const auto connection = open();
   connection->invalidate();
   // This function's, and nobody else's.
-  EXPECT_TRUE(comesTrue([&] { return events.use_count() == 1; }));
+  EXPECT_TRUE(comesTrue([&] { return events_.use_count() == 1; }));
 }
 
 TEST_F(XPCHelperConnectionTest, LetsGoOfHandlersThatHoldTheConnectionItself) {
@@ -229,9 +229,9 @@ TEST_F(XPCHelperConnectionTest, LetsGoOfHandlersThatHoldTheConnectionItself) {
 TEST_F(XPCHelperConnectionTest, DropsItsHandlersUncalledWhenItIsDestroyed) {
   auto connection = open();
   connection.reset();
-  EXPECT_TRUE(comesTrue([&] { return events.use_count() == 1; }));
+  EXPECT_TRUE(comesTrue([&] { return events_.use_count() == 1; }));
   EXPECT_TRUE(comesTrue([] { return InProcessService::liveConnections() == 0; }));
-  EXPECT_THAT(events->soFar(), IsEmpty());
+  EXPECT_THAT(events_->soFar(), IsEmpty());
 }
 
 TEST_F(XPCHelperConnectionTest, EndsThePlatformsConnectionWhenItIsDestroyed) {
@@ -273,7 +273,7 @@ TEST_P(RaisingConnectionTest, BecomesAPlatformErrorWithItsReason) {
 TEST_P(RaisingConnectionTest, LeavesNothingBehind) {
   InProcessService::shared().raise(GetParam(), "no");
   errorOf([&] { request(); });
-  EXPECT_TRUE(comesTrue([&] { return events.use_count() == 1; }));
+  EXPECT_TRUE(comesTrue([&] { return events_.use_count() == 1; }));
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryMethod, RaisingConnectionTest,
@@ -289,7 +289,7 @@ class SentMessageTest : public XPCHelperConnectionTest,
 TEST_P(SentMessageTest, ReachesTheHelperAsItIs) {
   const auto connection = open();
   proxyOf(*connection)->send(GetParam(), reply());
-  EXPECT_THAT(events->waitFor(1), ElementsAre("reply {}"));
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("reply {}"));
   EXPECT_THAT(InProcessService::shared().received(), ElementsAre(GetParam()));
 }
 
