@@ -430,10 +430,14 @@ TEST(PosixHelperConnectionTest, AReplyThatHasArrivedIsDroppedByInvalidating) {
   EXPECT_THAT(request.heardWithin(milliseconds(20)), ElementsAre("invalidated"));
 }
 
-TEST(PosixHelperConnectionTest, AConnectionThatWasNeverStartedMayBeInvalidated) {
-  TestRequest request(uniqueServiceName());
+TEST(PosixHelperConnectionTest, AConnectionThatIsInvalidatedFirstIsNeverMade) {
+  const BoundService service(uniqueServiceName());
+  service.listen(1);
+  TestRequest request(service.name());
+  const int before = openDescriptorCount();
   request.invalidate();
   request.resume();
+  EXPECT_EQ(openDescriptorCount(), before);
   EXPECT_THAT(request.heardWithin(milliseconds(10)), ElementsAre("invalidated"));
 }
 
@@ -481,6 +485,20 @@ TEST(PosixHelperConnectionTest, HandlersAreLetGoOfOnceTheConnectionHasFailed) {
   probe.install(*connection);
   loop.runRound();
   EXPECT_TRUE(probe.watcher.expired());
+}
+
+TEST(PosixHelperConnectionTest, AHandlerThatComesTooLateIsLetGoOfAtOnce) {
+  EventLoop loop;
+  PosixHelperConnectionProvider provider(loop);
+  const auto connection = provider.makePrivilegedConnection(uniqueServiceName());
+  connection->setRemoteObjectInterface();
+  connection->resume();
+  const auto proxy = connection->remoteObjectProxy([](const PlatformError&) {});
+  loop.runRound();
+  auto captured = std::make_shared<int>();
+  const std::weak_ptr<int> watcher = captured;
+  proxy->send(anyMessage, [kept = std::move(captured)](const Bytes&) {});
+  EXPECT_TRUE(watcher.expired());
 }
 
 TEST(PosixHelperConnectionTest, DestroyingAConnectionLetsGoOfItsHandlersWithoutCallingThem) {
@@ -537,6 +555,32 @@ TEST(PosixHelperConnectionTest, AHandlerMayInvalidateAndDestroyItsConnection) {
     while (!isOver) loop.runRound();
     EXPECT_EQ(connection, nullptr);
   }
+}
+
+TEST(PosixHelperConnectionTest, AHandlerMayDestroyItsConnectionWhileTheMessageHasRoomToGoOn) {
+  std::promise<void> isSent;
+  std::promise<void> isAnsweredAndTaken;
+  const TestHelper helper([&](int connection) {
+    isSent.get_future().wait();
+    sendBytes(connection, encodeFrame({FrameKind::reply, "too much"}));
+    Bytes part(1U << 20U, '\0');
+    while (recv(connection, part.data(), part.size(), MSG_DONTWAIT) > 0) {
+    }
+    isAnsweredAndTaken.set_value();
+    awaitEnd(connection);
+  });
+  EventLoop loop;
+  PosixHelperConnectionProvider provider(loop);
+  auto connection = provider.makePrivilegedConnection(helper.name());
+  connection->setRemoteObjectInterface();
+  connection->resume();
+  connection->remoteObjectProxy([](const PlatformError&) {})
+      ->send({HelperMethod::hold, DataArgument{Bytes(8U << 20U, 'x')}},
+             [&](const Bytes&) { connection.reset(); });
+  isSent.set_value();
+  isAnsweredAndTaken.get_future().wait();
+  loop.runRound();
+  EXPECT_EQ(connection, nullptr);
 }
 
 TEST(PosixHelperConnectionTest, AnInterruptionHandlerMayDestroyItsConnection) {
