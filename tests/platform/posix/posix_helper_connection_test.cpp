@@ -637,20 +637,24 @@ TEST(PosixHelperConnectionTest, SignalsDoNotEndARequest) {
   EXPECT_GT(storm.signalCount(), 0);
 }
 
+// Closes the standard streams and makes a request. 0 when the streams stay closed and the reply
+// comes.
+int requestWithoutStandardStreams() {
+  const BoundService service(uniqueServiceName());
+  service.listen(1);
+  TestRequest request(service.name());
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(stream);
+  request.resume();
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) >= 0) return 1;
+  }
+  request.send(anyMessage);
+  answering({FrameKind::reply, "heard"})(service.accept().get());
+  return request.outcome() == std::vector<std::string>{"reply heard"} ? 0 : 2;
+}
+
 TEST(PosixHelperConnectionTest, ASocketNeverTakesThePlaceOfAClosedStandardStream) {
-  const auto result = runInChild([] {
-    const BoundService service(uniqueServiceName());
-    service.listen(1);
-    TestRequest request(service.name());
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(stream);
-    request.resume();
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-      if (fcntl(stream, F_GETFD) >= 0) std::_Exit(1);
-    }
-    request.send(anyMessage);
-    answering({FrameKind::reply, "heard"})(service.accept().get());
-    std::_Exit(request.outcome() == std::vector<std::string>{"reply heard"} ? 0 : 2);
-  });
+  const auto result = runInChild([] { std::_Exit(requestWithoutStandardStreams()); });
   EXPECT_EQ(result.exitStatus, 0);
 }
 
