@@ -1,12 +1,14 @@
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <optional>
 
 namespace blindfold {
 
 /// A value that is computed when it is first asked for, and kept. Any thread may ask: those that
-/// ask while it is being computed wait for it, those that ask later take no lock.
+/// ask while it is being computed wait for it, those that ask later take no lock. Alone it makes no
+/// system call, as std::call_once does.
 template <typename Value>
 class ComputedOnce {
  public:
@@ -14,12 +16,21 @@ class ComputedOnce {
   /// value to be computed by the next caller.
   template <typename Compute>
   const Value& get(const Compute& compute) const {
-    std::call_once(once_, [&] { value_.emplace(compute()); });
-    return *value_;  // NOLINT(bugprone-unchecked-optional-access): the line above filled it.
+    if (!isComputed_.load(std::memory_order_acquire)) computeOnce(compute);
+    return *value_;
   }
 
  private:
-  mutable std::once_flag once_;
+  template <typename Compute>
+  void computeOnce(const Compute& compute) const {
+    const std::lock_guard guard(lock_);
+    if (isComputed_.load(std::memory_order_relaxed)) return;
+    value_.emplace(compute());
+    isComputed_.store(true, std::memory_order_release);
+  }
+
+  mutable std::mutex lock_;
+  mutable std::atomic<bool> isComputed_ = false;
   mutable std::optional<Value> value_;
 };
 
