@@ -16,22 +16,22 @@ class ComputedOnce {
   /// value to be computed by the next caller.
   template <typename Compute>
   const Value& get(const Compute& compute) const {
-    if (!isComputed_.load(std::memory_order_acquire)) computeOnce(compute);
-    return *value_;
+    const Value* const computed = computed_.load(std::memory_order_acquire);
+    return computed != nullptr ? *computed : computeOnce(compute);
   }
 
  private:
   template <typename Compute>
-  void computeOnce(const Compute& compute) const {
+  const Value& computeOnce(const Compute& compute) const {
     const std::lock_guard guard(lock_);
-    if (isComputed_.load(std::memory_order_relaxed)) return;
-    value_.emplace(compute());
-    isComputed_.store(true, std::memory_order_release);
+    if (!value_) value_.emplace(compute());
+    computed_.store(&*value_, std::memory_order_release);
+    return *value_;
   }
 
   mutable std::mutex lock_;
-  mutable std::atomic<bool> isComputed_ = false;
   mutable std::optional<Value> value_;
+  mutable std::atomic<const Value*> computed_ = nullptr;  // value_, once it is there
 };
 
 }  // namespace blindfold
