@@ -39,3 +39,6 @@ require_system_domain() {
 
 # What it takes to build the programs and their tests.
 build_packages=(cmake ninja-build g++ libgtest-dev libgmock-dev)
+
+# What it takes to run the macOS adapters on Linux.
+gnustep_packages=(libgnustep-base-dev libblocksruntime-dev libobjc-12-dev)
