@@ -6,8 +6,8 @@
 
 #include <array>
 
-#include "platform/posix/frame.h"
-#include "platform/posix/service_socket.h"
+#include "blindfold/platform/linux/frame.h"
+#include "blindfold/platform/linux/service_socket.h"
 
 int main() {
   using namespace blindfold;  // NOLINT(google-build-using-namespace): this is the program

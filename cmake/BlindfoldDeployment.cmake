@@ -7,7 +7,7 @@ function(blindfold_deployment)
   cmake_parse_arguments(PARSE_ARGV 0 deployment "" "TARGET;PROPERTY_LIST" "")
   cmake_path(ABSOLUTE_PATH deployment_PROPERTY_LIST NORMALIZE OUTPUT_VARIABLE propertyList)
   set(source "${CMAKE_CURRENT_BINARY_DIR}/${deployment_TARGET}_property_list.S")
-  configure_file("${PROJECT_SOURCE_DIR}/resources/information_property_list.S.in" "${source}" @ONLY)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/information_property_list.S.in" "${source}" @ONLY)
   set_source_files_properties("${source}" PROPERTIES OBJECT_DEPENDS "${propertyList}")
   target_sources(${deployment_TARGET} PRIVATE "${source}")
 endfunction()
@@ -18,7 +18,7 @@ function(blindfold_development_property_list)
   cmake_parse_arguments(PARSE_ARGV 0 development "" "OUTPUT;HELPER" "")
   blindfold_escape_xml(BLINDFOLD_DEVHELPER_PATH "${development_HELPER}")
   blindfold_escape_xml(BLINDFOLD_DEVELOPMENT_SERVICE "${BLINDFOLD_DEVELOPMENT_SERVICE}")
-  configure_file("${PROJECT_SOURCE_DIR}/resources/Info.development.plist.in"
+  configure_file("${PROJECT_SOURCE_DIR}/share/Info.development.plist.in"
                  "${development_OUTPUT}" @ONLY)
 endfunction()
 

@@ -35,7 +35,7 @@ set(clientHeaders
   platform/platform.h
   platform/platform_error.h
   platform/timed_work.h)
-list(TRANSFORM clientHeaders PREPEND "${PROJECT_SOURCE_DIR}/")
+list(TRANSFORM clientHeaders PREPEND "${PROJECT_SOURCE_DIR}/blindfold/")
 
 add_library(blindfold_client STATIC)
 foreach(room IN LISTS clientRooms)
@@ -59,7 +59,7 @@ set(packageDirectory "${CMAKE_INSTALL_LIBDIR}/cmake/Blindfold")
 write_basic_package_version_file(BlindfoldConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(TARGETS blindfold_client EXPORT Blindfold
   ARCHIVE COMPONENT development ${unlessAskedFor}
-  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/blindfold"
+  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
     COMPONENT development ${unlessAskedFor})
 install(EXPORT Blindfold NAMESPACE Blindfold:: FILE BlindfoldConfig.cmake
   DESTINATION "${packageDirectory}" COMPONENT development ${unlessAskedFor})

@@ -1,5 +1,5 @@
 # blindfold_room(NAME SOURCES file... USES room...): one folder's static library, blindfold_NAME.
-# Headers are named from the top of the tree ("model/hold.h").
+# Headers are named from the top of the tree ("blindfold/model/hold.h").
 function(blindfold_room name)
   cmake_parse_arguments(PARSE_ARGV 1 room "" "" "SOURCES;USES")
   add_library(blindfold_${name} STATIC ${room_SOURCES})

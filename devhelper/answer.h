@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "platform/helper_connection.h"
+#include "blindfold/platform/helper_connection.h"
 
 namespace blindfold {
 

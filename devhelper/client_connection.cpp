@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/platform_error.h"
+#include "blindfold/platform/platform_error.h"
 
 namespace blindfold {
 namespace {

@@ -4,11 +4,11 @@
 #include <functional>
 #include <memory>
 
+#include "blindfold/platform/helper_connection.h"
+#include "blindfold/platform/linux/event_loop.h"
+#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/linux/frame.h"
 #include "devhelper/answer.h"
-#include "platform/helper_connection.h"
-#include "platform/posix/event_loop.h"
-#include "platform/posix/file_descriptor.h"
-#include "platform/posix/frame.h"
 
 namespace blindfold {
 

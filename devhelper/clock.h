@@ -3,7 +3,7 @@
 #include <chrono>
 #include <functional>
 
-#include "model/instant.h"
+#include "blindfold/model/instant.h"
 
 namespace blindfold {
 

@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <vector>
 
+#include "blindfold/platform/linux/file_descriptor.h"
 #include "devhelper/quoted.h"
 #include "devhelper/system_failure.h"
-#include "platform/posix/file_descriptor.h"
 
 namespace blindfold {
 namespace {

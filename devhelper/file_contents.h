@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "platform/helper_connection.h"
+#include "blindfold/platform/helper_connection.h"
 
 namespace blindfold {
 

@@ -6,13 +6,13 @@
 #include <memory>
 #include <optional>
 
+#include "blindfold/platform/linux/event_loop.h"
+#include "blindfold/platform/platform_error.h"
 #include "devhelper/client_connection.h"
 #include "devhelper/recorder.h"
 #include "devhelper/script.h"
 #include "devhelper/service_listener.h"
 #include "devhelper/simulated_mac.h"
-#include "platform/platform_error.h"
-#include "platform/posix/event_loop.h"
 
 namespace blindfold {
 

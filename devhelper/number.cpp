@@ -6,7 +6,7 @@
 #include <string>
 #include <system_error>
 
-#include "text/ascii.h"
+#include "blindfold/text/ascii.h"
 
 namespace blindfold {
 namespace {

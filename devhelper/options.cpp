@@ -4,9 +4,9 @@
 #include <array>
 #include <string_view>
 
+#include "blindfold/platform/linux/service_socket.h"
 #include "devhelper/quoted.h"
 #include "devhelper/usage_error.h"
-#include "platform/posix/service_socket.h"
 
 namespace blindfold {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "model/enumerations.h"
+#include "blindfold/model/enumerations.h"
 
 namespace blindfold {
 

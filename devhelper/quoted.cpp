@@ -1,6 +1,6 @@
 #include "devhelper/quoted.h"
 
-#include "text/one_line.h"
+#include "blindfold/text/one_line.h"
 
 namespace blindfold {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/helper_connection.h"
-#include "platform/posix/file_descriptor.h"
+#include "blindfold/platform/helper_connection.h"
+#include "blindfold/platform/linux/file_descriptor.h"
 
 namespace blindfold {
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "blindfold/platform/platform_error.h"
+#include "blindfold/text/one_line.h"
 #include "devhelper/file_contents.h"
 #include "devhelper/number.h"
 #include "devhelper/quoted.h"
 #include "devhelper/usage_error.h"
-#include "platform/platform_error.h"
-#include "text/one_line.h"
 
 namespace blindfold {
 namespace {

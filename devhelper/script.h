@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
+#include "blindfold/platform/helper_protocol.h"
+#include "blindfold/platform/linux/frame.h"
 #include "devhelper/answer.h"
-#include "platform/helper_protocol.h"
-#include "platform/posix/frame.h"
 
 namespace blindfold {
 

@@ -8,10 +8,10 @@
 
 #include <cerrno>
 
+#include "blindfold/platform/linux/service_socket.h"
 #include "devhelper/quoted.h"
 #include "devhelper/readable_directory.h"
 #include "devhelper/system_failure.h"
-#include "platform/posix/service_socket.h"
 
 namespace blindfold {
 namespace {

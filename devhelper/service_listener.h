@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/posix/file_descriptor.h"
+#include "blindfold/platform/linux/file_descriptor.h"
 
 namespace blindfold {
 

@@ -3,9 +3,9 @@
 #include <array>
 #include <string>
 
-#include "model/json/decoding_error.h"
-#include "model/json/json_decoder.h"
-#include "model/json/json_encoder.h"
+#include "blindfold/model/json/decoding_error.h"
+#include "blindfold/model/json/json_decoder.h"
+#include "blindfold/model/json/json_encoder.h"
 
 namespace blindfold {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "blindfold/platform/helper_connection.h"
 #include "devhelper/simulated_mac.h"
-#include "platform/helper_connection.h"
 
 namespace blindfold {
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "blindfold/model/detection.h"
+#include "blindfold/model/hold.h"
 #include "devhelper/clock.h"
-#include "model/detection.h"
-#include "model/hold.h"
 
 namespace blindfold {
 

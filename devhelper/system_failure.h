@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/platform_error.h"
+#include "blindfold/platform/platform_error.h"
 
 namespace blindfold {
 

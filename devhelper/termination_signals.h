@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "platform/posix/event_loop.h"
-#include "platform/posix/file_descriptor.h"
+#include "blindfold/platform/linux/event_loop.h"
+#include "blindfold/platform/linux/file_descriptor.h"
 
 namespace blindfold {
 

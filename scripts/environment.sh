@@ -25,7 +25,7 @@ require_packages() {
   apt-get install --yes --quiet=2 --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# The directory of the POSIX platform's sockets exists and is this user's to write in, or the script
+# The directory of the Linux platform's sockets exists and is this user's to write in, or the script
 # ends and says which command makes it so.
 require_system_domain() {
   local directory=/run/blindfold

@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "authorization/client_authorization.h"
-#include "helperclient/helper_client.h"
-#include "helperclient/spawn.h"
-#include "platform/platform.h"
+#include "blindfold/authorization/client_authorization.h"
+#include "blindfold/helperclient/helper_client.h"
+#include "blindfold/helperclient/spawn.h"
+#include "blindfold/platform/platform.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "authorization/bundle_execution_context.h"
+#include "blindfold/authorization/bundle_execution_context.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "authorization/client_authorization.h"
+#include "blindfold/authorization/client_authorization.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "authorization/client_execution_identity.h"
+#include "blindfold/authorization/client_execution_identity.h"
 
 #include <gtest/gtest.h>
 

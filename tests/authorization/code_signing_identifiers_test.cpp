@@ -1,4 +1,4 @@
-#include "authorization/code_signing_identifiers.h"
+#include "blindfold/authorization/code_signing_identifiers.h"
 
 #include <gtest/gtest.h>
 

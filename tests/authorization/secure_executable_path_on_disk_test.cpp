@@ -13,10 +13,10 @@
 #include <string>
 #include <system_error>
 
-#include "authorization/client_authorization.h"
-#include "authorization/secure_executable_path.h"
-#include "platform/posix/posix_bundle.h"
-#include "platform/posix/posix_file_manager.h"
+#include "blindfold/authorization/client_authorization.h"
+#include "blindfold/authorization/secure_executable_path.h"
+#include "blindfold/platform/linux/linux_bundle.h"
+#include "blindfold/platform/linux/linux_file_manager.h"
 #include "tests/support/fake_bundle.h"
 #include "tests/support/fake_code_signing.h"
 #include "tests/support/program.h"
@@ -72,8 +72,8 @@ class BundleOnDisk {
   }
 
   bool isSecure() const {
-    const PosixFileManager fileManager;
-    const auto context = bundleExecutionContext(items[3], fileManager, PosixBundleProvider());
+    const LinuxFileManager fileManager;
+    const auto context = bundleExecutionContext(items[3], fileManager, LinuxBundleProvider());
     return context && hasSecureExecutablePath(*context, fileManager);
   }
 
@@ -216,7 +216,7 @@ TEST_F(SecureExecutablePathOnDiskTest, AnotherOwnerDoesNotMatter) {
 
 // The whole assessment of a client that lies in that bundle and has no signature.
 TEST_F(SecureExecutablePathOnDiskTest, TheAssessmentFollowsTheFiles) {
-  const PosixFileManager files;
+  const LinuxFileManager files;
   const FakeCodeSigning signing;
   FakeBundleProvider bundles;
   bundles.main.dictionary = {{"CFBundleIdentifier", "app.blindfold.mac"}};

@@ -1,4 +1,4 @@
-#include "authorization/secure_executable_path.h"
+#include "blindfold/authorization/secure_executable_path.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "cli/cli_error.h"
+#include "blindfold/cli/cli_error.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "cli/command.h"
+#include "blindfold/cli/command.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "helperclient/spawn.h"
-#include "model/hold.h"
-#include "model/json/json_decoder.h"
+#include "blindfold/helperclient/spawn.h"
+#include "blindfold/model/hold.h"
+#include "blindfold/model/json/json_decoder.h"
 #include "tests/support/fake_platform.h"
 #include "tests/support/program.h"
 

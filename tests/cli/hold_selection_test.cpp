@@ -1,4 +1,4 @@
-#include "cli/hold_selection.h"
+#include "blindfold/cli/hold_selection.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/cli_error.h"
+#include "blindfold/cli/cli_error.h"
 #include "tests/support/program.h"
 
 namespace blindfold {

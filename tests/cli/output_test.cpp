@@ -1,4 +1,4 @@
-#include "cli/output.h"
+#include "blindfold/cli/output.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "cli/cli_error.h"
-#include "helperclient/helper_client_error.h"
-#include "model/hold.h"
+#include "blindfold/cli/cli_error.h"
+#include "blindfold/helperclient/helper_client_error.h"
+#include "blindfold/model/hold.h"
 #include "tests/support/program.h"
 
 namespace blindfold {

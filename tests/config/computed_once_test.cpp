@@ -1,4 +1,4 @@
-#include "config/computed_once.h"
+#include "blindfold/config/computed_once.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "config/deployment_settings.h"
+#include "blindfold/config/deployment_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "config/info_dictionary.h"
+#include "blindfold/config/info_dictionary.h"
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,8 @@
 #include <thread>
 #include <vector>
 
-#include "config/deployment_settings.h"
-#include "platform/platform.h"
+#include "blindfold/config/deployment_settings.h"
+#include "blindfold/platform/platform.h"
 
 namespace blindfold {
 namespace {

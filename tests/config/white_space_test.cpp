@@ -1,4 +1,4 @@
-#include "config/white_space.h"
+#include "blindfold/config/white_space.h"
 
 #include <gtest/gtest.h>
 

@@ -15,12 +15,12 @@
 #include <thread>
 #include <vector>
 
-#include "model/detection.h"
-#include "model/hold.h"
-#include "model/json/json_decoder.h"
-#include "model/json/json_encoder.h"
-#include "platform/posix/frame.h"
-#include "platform/posix/service_socket.h"
+#include "blindfold/model/detection.h"
+#include "blindfold/model/hold.h"
+#include "blindfold/model/json/json_decoder.h"
+#include "blindfold/model/json/json_encoder.h"
+#include "blindfold/platform/linux/frame.h"
+#include "blindfold/platform/linux/service_socket.h"
 #include "tests/devhelper/raw_client.h"
 #include "tests/devhelper/running_helper.h"
 #include "tests/support/program.h"

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "platform/posix/service_socket.h"
+#include "blindfold/platform/linux/service_socket.h"
 
 namespace blindfold {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/posix/file_descriptor.h"
-#include "platform/posix/frame.h"
+#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/linux/frame.h"
 
 namespace blindfold {
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/platform_error.h"
+#include "blindfold/platform/platform_error.h"
 #include "tests/support/program.h"
 
 namespace blindfold {

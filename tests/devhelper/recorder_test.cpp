@@ -6,7 +6,7 @@
 #include <iterator>
 #include <string>
 
-#include "platform/platform_error.h"
+#include "blindfold/platform/platform_error.h"
 #include "tests/support/program.h"
 
 namespace blindfold {

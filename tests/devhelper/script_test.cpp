@@ -7,8 +7,8 @@
 #include <fstream>
 #include <string>
 
+#include "blindfold/platform/linux/frame.h"
 #include "devhelper/usage_error.h"
-#include "platform/posix/frame.h"
 #include "tests/support/program.h"
 
 namespace blindfold {

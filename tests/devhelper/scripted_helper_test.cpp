@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "model/hold.h"
-#include "model/json/json_decoder.h"
-#include "platform/posix/frame.h"
+#include "blindfold/model/hold.h"
+#include "blindfold/model/json/json_decoder.h"
+#include "blindfold/platform/linux/frame.h"
 #include "tests/devhelper/raw_client.h"
 #include "tests/devhelper/running_helper.h"
 #include "tests/support/program.h"

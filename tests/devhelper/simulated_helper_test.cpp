@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "model/json/json_decoder.h"
-#include "model/json/json_encoder.h"
+#include "blindfold/model/json/json_decoder.h"
+#include "blindfold/model/json/json_encoder.h"
 
 namespace blindfold {
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "model/detection.h"
-#include "model/hold.h"
-#include "model/json/json_decoder.h"
-#include "model/json/json_encoder.h"
+#include "blindfold/model/detection.h"
+#include "blindfold/model/hold.h"
+#include "blindfold/model/json/json_decoder.h"
+#include "blindfold/model/json/json_encoder.h"
 #include "tests/end_to_end/deployment.h"
 
 namespace blindfold {

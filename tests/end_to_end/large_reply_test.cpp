@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "model/detection.h"
-#include "model/json/json_encoder.h"
+#include "blindfold/model/detection.h"
+#include "blindfold/model/json/json_encoder.h"
 #include "tests/end_to_end/deployment.h"
 
 namespace blindfold {

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "config/deployment_settings.h"
-#include "helperclient/helper_client.h"
-#include "platform/posix/event_loop.h"
-#include "platform/posix/posix_code_signing.h"
-#include "platform/posix/posix_file_manager.h"
-#include "platform/posix/posix_helper_connection.h"
+#include "blindfold/config/deployment_settings.h"
+#include "blindfold/helperclient/helper_client.h"
+#include "blindfold/platform/linux/event_loop.h"
+#include "blindfold/platform/linux/linux_code_signing.h"
+#include "blindfold/platform/linux/linux_file_manager.h"
+#include "blindfold/platform/linux/linux_helper_connection.h"
 #include "tests/end_to_end/deployment.h"
 #include "tests/support/fake_bundle.h"
 #include "tests/support/task_ending.h"
@@ -21,7 +21,7 @@ namespace {
 
 constexpr int requestsInFlight = 64;
 
-/// The POSIX platform, but for a bundle that has the development deployment's settings.
+/// The Linux platform, but for a bundle that has the development deployment's settings.
 struct TestPlatform {
   TestPlatform() {
     bundles.main.dictionary["BlindfoldHelperMachServiceName"] =
@@ -30,10 +30,10 @@ struct TestPlatform {
   }
 
   FakeBundleProvider bundles;
-  PosixFileManager files;
-  PosixCodeSigning codeSigning;
+  LinuxFileManager files;
+  LinuxCodeSigning codeSigning;
   EventLoop loop;
-  PosixHelperConnectionProvider connections{loop};
+  LinuxHelperConnectionProvider connections{loop};
   const Platform platform{files, bundles, codeSigning, connections, loop, loop};
   const DeploymentSettings settings{bundles.main, files};
 };

@@ -6,12 +6,12 @@
 #include <string>
 #include <string_view>
 
-#include "model/detection.h"
-#include "model/hold.h"
-#include "model/json/decoding_error.h"
-#include "model/json/json_decoder.h"
-#include "model/json/json_encoder.h"
-#include "text/one_line.h"
+#include "blindfold/model/detection.h"
+#include "blindfold/model/hold.h"
+#include "blindfold/model/json/decoding_error.h"
+#include "blindfold/model/json/json_decoder.h"
+#include "blindfold/model/json/json_encoder.h"
+#include "blindfold/text/one_line.h"
 
 // Whatever the bytes: decoding gives a record or a `DecodingError` whose text is one line of valid
 // UTF-8. A record that was decoded encodes to one line; that decodes to an equal record, and that

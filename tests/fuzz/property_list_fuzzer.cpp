@@ -5,8 +5,8 @@
 #include <string_view>
 #include <variant>
 
-#include "platform/posix/property_list.h"
-#include "text/utf8.h"
+#include "blindfold/platform/linux/property_list.h"
+#include "blindfold/text/utf8.h"
 
 namespace blindfold {
 namespace {

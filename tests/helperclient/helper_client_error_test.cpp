@@ -1,4 +1,4 @@
-#include "helperclient/helper_client_error.h"
+#include "blindfold/helperclient/helper_client_error.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "helperclient/helper_client.h"
+#include "blindfold/helperclient/helper_client.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "model/json/decoding_error.h"
-#include "model/json/encoding_error.h"
-#include "model/json/json_encoder.h"
+#include "blindfold/model/json/decoding_error.h"
+#include "blindfold/model/json/encoding_error.h"
+#include "blindfold/model/json/json_encoder.h"
 #include "tests/support/fake_platform.h"
 #include "tests/support/task_ending.h"
 

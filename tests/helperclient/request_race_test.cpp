@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "helperclient/helper_client.h"
+#include "blindfold/helperclient/helper_client.h"
 #include "tests/support/fake_platform.h"
 #include "tests/support/task_ending.h"
 

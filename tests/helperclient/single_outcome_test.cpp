@@ -1,4 +1,4 @@
-#include "helperclient/single_outcome.h"
+#include "blindfold/helperclient/single_outcome.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "helperclient/task.h"
+#include "blindfold/helperclient/task.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "model/json/decoding_error.h"
+#include "blindfold/model/json/decoding_error.h"
 
 namespace blindfold {
 

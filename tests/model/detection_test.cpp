@@ -1,4 +1,4 @@
-#include "model/detection.h"
+#include "blindfold/model/detection.h"
 
 #include <gtest/gtest.h>
 

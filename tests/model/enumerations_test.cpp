@@ -1,4 +1,4 @@
-#include "model/enumerations.h"
+#include "blindfold/model/enumerations.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "model/json/excerpt.h"
+#include "blindfold/model/json/excerpt.h"
 
 #include <gtest/gtest.h>
 

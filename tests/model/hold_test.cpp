@@ -1,4 +1,4 @@
-#include "model/hold.h"
+#include "blindfold/model/hold.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "model/json/iso8601.h"
+#include "blindfold/model/json/iso8601.h"
 
 #include <gtest/gtest.h>
 

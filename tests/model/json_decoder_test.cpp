@@ -1,4 +1,4 @@
-#include "model/json/json_decoder.h"
+#include "blindfold/model/json/json_decoder.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "model/detection.h"
-#include "model/hold.h"
+#include "blindfold/model/detection.h"
+#include "blindfold/model/hold.h"
 #include "tests/model/decoding_failure.h"
 #include "tests/model/sample_records.h"
 

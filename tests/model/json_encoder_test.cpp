@@ -1,4 +1,4 @@
-#include "model/json/json_encoder.h"
+#include "blindfold/model/json/json_encoder.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "model/json/encoding_error.h"
+#include "blindfold/model/json/encoding_error.h"
 #include "tests/model/sample_records.h"
 
 namespace blindfold {

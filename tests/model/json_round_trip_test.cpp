@@ -4,10 +4,10 @@
 #include <random>
 #include <string>
 
-#include "model/json/json_decoder.h"
-#include "model/json/json_encoder.h"
+#include "blindfold/model/json/json_decoder.h"
+#include "blindfold/model/json/json_encoder.h"
+#include "blindfold/text/utf8.h"
 #include "tests/model/sample_records.h"
-#include "text/utf8.h"
 
 namespace blindfold {
 namespace {

@@ -1,4 +1,4 @@
-#include "model/json/json_string.h"
+#include "blindfold/model/json/json_string.h"
 
 #include <gtest/gtest.h>
 

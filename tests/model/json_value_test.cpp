@@ -1,4 +1,4 @@
-#include "model/json/json_value.h"
+#include "blindfold/model/json/json_value.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "model/json/key_order.h"
+#include "blindfold/model/json/key_order.h"
 
 #include <gtest/gtest.h>
 

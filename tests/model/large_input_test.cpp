@@ -4,9 +4,9 @@
 #include <functional>
 #include <string>
 
-#include "model/json/decoding_error.h"
-#include "model/json/json_decoder.h"
-#include "model/json/json_encoder.h"
+#include "blindfold/model/json/decoding_error.h"
+#include "blindfold/model/json/json_decoder.h"
+#include "blindfold/model/json/json_encoder.h"
 #include "tests/model/sample_records.h"
 
 namespace blindfold {

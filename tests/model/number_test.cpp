@@ -1,4 +1,4 @@
-#include "model/json/number.h"
+#include "blindfold/model/json/number.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "model/json/place.h"
+#include "blindfold/model/json/place.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "model/record.h"
+#include "blindfold/model/record.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "model/record_hash.h"
+#include "blindfold/model/record_hash.h"
 #include "tests/model/sample_records.h"
 
 namespace blindfold {

@@ -2,8 +2,8 @@
 
 #include <chrono>
 
-#include "model/detection.h"
-#include "model/hold.h"
+#include "blindfold/model/detection.h"
+#include "blindfold/model/hold.h"
 
 /// Records in which no two fields of the same type hold the same value, so that a field that is
 /// taken for another shows.

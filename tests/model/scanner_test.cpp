@@ -1,4 +1,4 @@
-#include "model/json/scanner.h"
+#include "blindfold/model/json/scanner.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "blindfold/text/utf8.h"
 #include "tests/model/decoding_failure.h"
-#include "text/utf8.h"
 
 namespace blindfold {
 namespace {

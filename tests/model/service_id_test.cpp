@@ -1,4 +1,4 @@
-#include "model/service_id.h"
+#include "blindfold/model/service_id.h"
 
 #include <gtest/gtest.h>
 

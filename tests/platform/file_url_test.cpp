@@ -1,4 +1,4 @@
-#include "platform/file_url.h"
+#include "blindfold/platform/file_url.h"
 
 #include <gtest/gtest.h>
 

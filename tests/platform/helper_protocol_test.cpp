@@ -1,4 +1,4 @@
-#include "platform/helper_protocol.h"
+#include "blindfold/platform/helper_protocol.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include <memory>
 #include <type_traits>
 
-#include "service/dispatch_queue.h"
-#include "service/helper_controlling.h"
-#include "service/microphone_controlling.h"
+#include "blindfold/service/dispatch_queue.h"
+#include "blindfold/service/helper_controlling.h"
+#include "blindfold/service/microphone_controlling.h"
 
 namespace blindfold {
 namespace {

@@ -1,4 +1,4 @@
-#include "service/launchctl_inspector_cache.h"
+#include "blindfold/service/launchctl_inspector_cache.h"
 
 #include <gtest/gtest.h>
 

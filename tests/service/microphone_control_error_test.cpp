@@ -1,4 +1,4 @@
-#include "service/microphone_control_error.h"
+#include "blindfold/service/microphone_control_error.h"
 
 #include <gtest/gtest.h>
 

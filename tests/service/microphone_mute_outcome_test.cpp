@@ -1,4 +1,4 @@
-#include "service/microphone_mute_outcome.h"
+#include "blindfold/service/microphone_mute_outcome.h"
 
 #include <gtest/gtest.h>
 

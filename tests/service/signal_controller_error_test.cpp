@@ -1,4 +1,4 @@
-#include "service/signal_controller_error.h"
+#include "blindfold/service/signal_controller_error.h"
 
 #include <gtest/gtest.h>
 

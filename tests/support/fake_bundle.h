@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/bundle.h"
+#include "blindfold/platform/bundle.h"
 
 namespace blindfold {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/code_signing.h"
+#include "blindfold/platform/code_signing.h"
 
 namespace blindfold {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_manager.h"
+#include "blindfold/platform/file_manager.h"
 
 namespace blindfold {
 

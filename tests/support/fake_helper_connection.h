@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/helper_connection.h"
+#include "blindfold/platform/helper_connection.h"
 #include "tests/support/call_log.h"
 
 namespace blindfold {

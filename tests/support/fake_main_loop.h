@@ -6,7 +6,7 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/main_loop.h"
+#include "blindfold/platform/main_loop.h"
 
 namespace blindfold {
 

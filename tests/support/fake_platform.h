@@ -1,7 +1,7 @@
 #pragma once
 
-#include "config/deployment_settings.h"
-#include "platform/platform.h"
+#include "blindfold/config/deployment_settings.h"
+#include "blindfold/platform/platform.h"
 #include "tests/support/call_log.h"
 #include "tests/support/fake_bundle.h"
 #include "tests/support/fake_code_signing.h"

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/timed_work.h"
+#include "blindfold/platform/timed_work.h"
 #include "tests/support/call_log.h"
 
 namespace blindfold {

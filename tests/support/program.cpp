@@ -20,7 +20,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/posix/file_descriptor.h"
+#include "blindfold/platform/linux/file_descriptor.h"
 
 namespace blindfold {
 

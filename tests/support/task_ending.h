@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
-#include "helperclient/spawn.h"
-#include "helperclient/task.h"
+#include "blindfold/helperclient/spawn.h"
+#include "blindfold/helperclient/task.h"
 
 namespace blindfold {
 

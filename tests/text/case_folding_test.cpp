@@ -1,4 +1,4 @@
-#include "text/case_folding.h"
+#include "blindfold/text/case_folding.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
-#include "text/one_line.h"
+#include "blindfold/text/one_line.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 
-#include "text/utf8.h"
+#include "blindfold/text/utf8.h"
 
 namespace blindfold {
 namespace {

@@ -1,4 +1,4 @@
-#include "text/unicode_escape.h"
+#include "blindfold/text/unicode_escape.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "text/utf8.h"
+#include "blindfold/text/utf8.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/bundle.h"
+#include "blindfold/platform/bundle.h"
 #include "tests/support/program.h"
 
 namespace blindfold {

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <string>
 
-#include "platform/file_manager.h"
+#include "blindfold/platform/file_manager.h"
 #include "tests/support/program.h"
 
 namespace blindfold {

@@ -7,14 +7,14 @@
 #include <utility>
 #include <vector>
 
+#include "blindfold/helperclient/helper_client.h"
+#include "blindfold/platform/macos/dispatch_timed_work.h"
+#include "blindfold/platform/macos/foundation_bundle.h"
+#include "blindfold/platform/macos/foundation_file_manager.h"
+#include "blindfold/platform/macos/security_code_signing.h"
+#include "blindfold/platform/macos/xpc_helper_connection.h"
 #include "events.h"
-#include "helperclient/helper_client.h"
 #include "in_process_service.h"
-#include "platform/macos/dispatch_timed_work.h"
-#include "platform/macos/foundation_bundle.h"
-#include "platform/macos/foundation_file_manager.h"
-#include "platform/macos/security_code_signing.h"
-#include "platform/macos/xpc_helper_connection.h"
 #include "security_stand_in.h"
 #include "tests/support/fake_main_loop.h"
 #include "tests/support/program.h"

@@ -1,4 +1,4 @@
-#include "platform/macos/dispatch_main_loop.h"
+#include "blindfold/platform/macos/dispatch_main_loop.h"
 
 #include <gtest/gtest.h>
 

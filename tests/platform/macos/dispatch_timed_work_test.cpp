@@ -1,4 +1,4 @@
-#include "platform/macos/dispatch_timed_work.h"
+#include "blindfold/platform/macos/dispatch_timed_work.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

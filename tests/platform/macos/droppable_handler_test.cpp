@@ -1,4 +1,4 @@
-#include "platform/macos/droppable_handler.h"
+#include "blindfold/platform/macos/droppable_handler.h"
 
 #include <gtest/gtest.h>
 

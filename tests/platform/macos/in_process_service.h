@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/helper_connection.h"
+#include "blindfold/platform/helper_connection.h"
 
 namespace blindfold {
 

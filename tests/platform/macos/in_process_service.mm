@@ -10,8 +10,8 @@
 #include <memory>
 #include <utility>
 
-#include "platform/macos/blindfold_xpc_protocol.h"
-#include "platform/macos/conversion.h"
+#include "blindfold/platform/macos/blindfold_xpc_protocol.h"
+#include "blindfold/platform/macos/conversion.h"
 
 using ErrorHandler = void (^)(NSError*);
 using ConnectionHandler = void (^)(void);

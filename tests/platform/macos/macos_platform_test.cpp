@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/platform.h"
+#include "blindfold/platform/platform.h"
 
 namespace blindfold {
 namespace {

@@ -3,11 +3,11 @@
 #include <memory>
 #include <semaphore>
 
+#include "blindfold/platform/macos/dispatch_timed_work.h"
+#include "blindfold/platform/macos/xpc_helper_connection.h"
 #include "events.h"
 #include "in_process_service.h"
 #include "live_objects.h"
-#include "platform/macos/dispatch_timed_work.h"
-#include "platform/macos/xpc_helper_connection.h"
 
 namespace blindfold {
 namespace {

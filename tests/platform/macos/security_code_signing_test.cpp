@@ -1,4 +1,4 @@
-#include "platform/macos/security_code_signing.h"
+#include "blindfold/platform/macos/security_code_signing.h"
 
 #include <gtest/gtest.h>
 

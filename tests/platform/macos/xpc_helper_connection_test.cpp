@@ -1,4 +1,4 @@
-#include "platform/macos/xpc_helper_connection.h"
+#include "blindfold/platform/macos/xpc_helper_connection.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
+#include "blindfold/platform/platform_error.h"
 #include "events.h"
 #include "in_process_service.h"
-#include "platform/platform_error.h"
 
 namespace blindfold {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <atomic>
 
-#include "platform/macos/conversion.h"
+#include "blindfold/platform/macos/conversion.h"
 #include "security_stand_in.h"
 
 using blindfold::SecurityStandIn;

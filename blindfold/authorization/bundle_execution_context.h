@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "blindfold/platform/bundle.h"
+#include "blindfold/platform/file_manager.h"
+#include "blindfold/platform/file_url.h"
+
+namespace blindfold {
+
+/// The application bundle that an executable's path implies: X.app/*/*/executable.
+struct BundleExecutionContext {
+  /// The directory three levels above the executable; its extension is "app".
+  FileURL appURL;
+  /// The directory two levels above the executable, whatever its name.
+  FileURL contentsURL;
+  /// The directory that holds the executable, whatever its name.
+  FileURL macOSURL;
+  FileURL executableURL;
+  /// What the bundle at `appURL` declares; no decision depends on it.
+  std::optional<std::string> bundleIdentifier;
+  /// The executable's file name.
+  std::string executableName;
+
+  bool operator==(const BundleExecutionContext&) const = default;
+};
+
+/// The context of the executable at `executablePath`, or nothing when the directory three levels up
+/// is not named *.app (in lower case). Only names are looked at, except that the bundle is opened
+/// for its identifier. Never fails.
+std::optional<BundleExecutionContext> bundleExecutionContext(std::string_view executablePath,
+                                                             const FileManager& fileManager,
+                                                             const BundleProvider& bundles);
+
+}  // namespace blindfold

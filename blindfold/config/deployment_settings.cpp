@@ -1,0 +1,113 @@
+#include "blindfold/config/deployment_settings.h"
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+#include "blindfold/config/info_dictionary.h"
+#include "blindfold/platform/file_url_with_path.h"
+
+namespace blindfold {
+namespace {
+
+struct TextSetting {
+  std::string_view key;
+  std::string_view defaultValue;
+};
+
+template <std::size_t count>
+struct ListSetting {
+  std::string_view pluralKey;
+  std::string_view singularKey;
+  std::array<std::string_view, count> defaultValue;
+};
+
+// The settings: where each stands in the info dictionary, and what it is when nothing stands there.
+namespace setting {
+
+constexpr TextSetting helperLaunchdLabel{
+    .key = "BlindfoldHelperLaunchdLabel",
+    .defaultValue = "app.blindfold.helper",
+};
+
+// Its default is the resolved label.
+constexpr std::string_view helperMachServiceNameKey = "BlindfoldHelperMachServiceName";
+
+constexpr TextSetting embeddedHelperExecutableName{
+    .key = "BlindfoldEmbeddedHelperExecutableName",
+    .defaultValue = "BlindfoldHelper",
+};
+
+constexpr ListSetting<2> authorizedAppBundleIdentifiers{
+    .pluralKey = "BlindfoldAuthorizedAppBundleIdentifiers",
+    .singularKey = "BlindfoldAuthorizedAppBundleIdentifier",
+    .defaultValue = {"app.blindfold.mac", "app.blindfold.orbit"},
+};
+
+constexpr ListSetting<3> authorizedAppExecutableSuffixes{
+    .pluralKey = "BlindfoldAuthorizedAppExecutableSuffixes",
+    .singularKey = "BlindfoldAuthorizedAppExecutableSuffix",
+    .defaultValue = {"/Contents/MacOS/Blindfold", "/Contents/Resources/blindfoldctl",
+                     "/Contents/MacOS/orbit-mcp"},
+};
+
+constexpr TextSetting helperInstallPath{
+    .key = "BlindfoldHelperInstallPath",
+    .defaultValue = "/Library/PrivilegedHelperTools/app.blindfold.helper",
+};
+
+}  // namespace setting
+
+std::string read(const Bundle& bundle, const TextSetting& setting) {
+  return readInfoString(bundle, setting.key, setting.defaultValue);
+}
+
+template <std::size_t count>
+std::vector<std::string> read(const Bundle& bundle, const ListSetting<count>& setting) {
+  return readInfoStringList(bundle, setting.pluralKey, setting.singularKey, setting.defaultValue);
+}
+
+}  // namespace
+
+DeploymentSettings::DeploymentSettings(const Bundle& mainBundle, const FileManager& fileManager)
+    : mainBundle_(mainBundle), fileManager_(fileManager) {}
+
+const std::string& DeploymentSettings::helperLaunchdLabel() const {
+  return helperLaunchdLabel_.get([&] { return read(mainBundle_, setting::helperLaunchdLabel); });
+}
+
+const std::string& DeploymentSettings::helperMachServiceName() const {
+  return helperMachServiceName_.get([&] {
+    const std::string& label = helperLaunchdLabel();
+    return readInfoString(mainBundle_, setting::helperMachServiceNameKey, label);
+  });
+}
+
+const std::string& DeploymentSettings::embeddedHelperExecutableName() const {
+  return embeddedHelperExecutableName_.get(
+      [&] { return read(mainBundle_, setting::embeddedHelperExecutableName); });
+}
+
+const std::vector<std::string>& DeploymentSettings::authorizedAppBundleIdentifiers() const {
+  return authorizedAppBundleIdentifiers_.get(
+      [&] { return read(mainBundle_, setting::authorizedAppBundleIdentifiers); });
+}
+
+const std::vector<std::string>& DeploymentSettings::authorizedAppExecutableSuffixes() const {
+  return authorizedAppExecutableSuffixes_.get(
+      [&] { return read(mainBundle_, setting::authorizedAppExecutableSuffixes); });
+}
+
+const FileURL& DeploymentSettings::helperInstallURL() const {
+  return helperInstallURL_.get(
+      [&] { return fileURLWithPath(read(mainBundle_, setting::helperInstallPath), fileManager_); });
+}
+
+FileURL embeddedHelperDirectoryURL(const Bundle& bundle) {
+  return bundle.bundleURL()
+      .appendingPathComponent("Contents")
+      .appendingPathComponent("Library")
+      .appendingPathComponent("PrivilegedHelperTools");
+}
+
+}  // namespace blindfold

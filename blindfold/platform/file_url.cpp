@@ -1,0 +1,45 @@
+#include "blindfold/platform/file_url.h"
+
+namespace blindfold {
+namespace {
+
+std::string withoutTrailingSlashes(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  return std::string(path);
+}
+
+}  // namespace
+
+FileURL::FileURL(std::string_view path, std::string_view currentDirectory)
+    : path_(path.starts_with('/') ? withoutTrailingSlashes(path)
+                                  : FileURL(currentDirectory).appendingPathComponent(path).path_) {}
+
+FileURL::FileURL(std::string_view absolutePath) : path_(withoutTrailingSlashes(absolutePath)) {}
+
+FileURL FileURL::appendingPathComponent(std::string_view component) const {
+  std::string path = path_;
+  if (!path.ends_with('/')) path += '/';
+  path += component;
+  return FileURL(path);
+}
+
+FileURL FileURL::deletingLastPathComponent() const {
+  const std::string_view path = path_;
+  const auto slash = path.rfind('/');
+  return FileURL(slash == 0 ? path.substr(0, 1) : path.substr(0, slash));
+}
+
+std::string_view FileURL::lastPathComponent() const {
+  const std::string_view path = path_;
+  if (path == "/") return path;
+  return path.substr(path.rfind('/') + 1);
+}
+
+std::string_view FileURL::pathExtension() const {
+  const std::string_view name = lastPathComponent();
+  const auto stop = name.rfind('.');
+  if (stop == std::string_view::npos || stop == 0) return {};
+  return name.substr(stop + 1);
+}
+
+}  // namespace blindfold

@@ -1,0 +1,155 @@
+#include "blindfold/platform/linux/linux_bundle.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/linux/linked_property_list.h"
+#include "blindfold/platform/linux/property_list.h"
+
+namespace blindfold {
+namespace {
+
+constexpr std::size_t readBufferSize = std::size_t{16} * 1024;
+
+// The contents of the regular file, or nothing when it is none, cannot be read or is too long.
+// Never waits: a FIFO without a writer opens at once and is turned away.
+std::optional<std::string> readInfoFile(int bundleDirectory) {
+  const FileDescriptor file(
+      openat(bundleDirectory, "Contents/Info.plist", O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status{};
+  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  std::string contents;
+  while (contents.size() <= maximumInfoFileSize) {
+    std::array<char, readBufferSize> buffer;
+    const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+    if (count == 0) return contents;
+    if (count > 0) contents.append(buffer.data(), static_cast<std::size_t>(count));
+    if (count < 0 && errno != EINTR) return std::nullopt;
+  }
+  return std::nullopt;
+}
+
+// What the Contents/Info.plist of the bundle in `directory` declares.
+InfoDictionary readInfoDictionary(const FileDescriptor& directory) {
+  const auto contents = readInfoFile(directory.get());
+  return contents ? parsePropertyList(*contents) : InfoDictionary();
+}
+
+FileDescriptor openDirectory(const FileURL& url) {
+  return FileDescriptor(open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+// Everything that a bundle answers out of its info dictionary.
+class InfoBundle : public Bundle {
+ public:
+  std::optional<DictionaryValue> objectForInfoDictionaryKey(std::string_view key) const override {
+    const InfoDictionary& dictionary = infoDictionary();
+    const auto entry = dictionary.find(key);
+    if (entry == dictionary.end()) return std::nullopt;
+    return entry->second;
+  }
+
+  std::optional<std::string> bundleIdentifier() const override {
+    return textForKey("CFBundleIdentifier");
+  }
+
+ protected:
+  std::optional<std::string> textForKey(std::string_view key) const {
+    auto value = objectForInfoDictionaryKey(key);
+    auto* const text = value ? std::get_if<std::string>(&*value) : nullptr;
+    return text != nullptr ? std::optional(std::move(*text)) : std::nullopt;
+  }
+
+ private:
+  virtual const InfoDictionary& infoDictionary() const = 0;
+};
+
+class MainBundle final : public InfoBundle {
+ public:
+  FileURL bundleURL() const override {
+    const auto executable = executableURL();
+    return executable ? bundleURLOfExecutable(*executable) : FileURL("/");
+  }
+
+  std::optional<FileURL> executableURL() const override {
+    std::array<char, PATH_MAX> path;
+    const ssize_t size = readlink("/proc/self/exe", path.data(), path.size());
+    if (size <= 0 || static_cast<std::size_t>(size) == path.size() || path.front() != '/') {
+      return std::nullopt;
+    }
+    return FileURL(std::string_view(path.data(), static_cast<std::size_t>(size)));
+  }
+
+ private:
+  const InfoDictionary& infoDictionary() const override {
+    static const InfoDictionary dictionary = readMainInfoDictionary();
+    return dictionary;
+  }
+
+  InfoDictionary readMainInfoDictionary() const {
+    const std::string_view linked = linkedPropertyList();
+    if (!linked.empty()) return parsePropertyList(linked);
+    const FileDescriptor directory = openDirectory(bundleURL());
+    return directory ? readInfoDictionary(directory) : InfoDictionary();
+  }
+};
+
+class DirectoryBundle final : public InfoBundle {
+ public:
+  DirectoryBundle(FileURL url, InfoDictionary infoDictionary)
+      : url_(std::move(url)), infoDictionary_(std::move(infoDictionary)) {}
+
+  FileURL bundleURL() const override { return url_; }
+
+  std::optional<FileURL> executableURL() const override {
+    const auto name = textForKey("CFBundleExecutable");
+    if (!name || name->find_first_of(std::string_view("/\0", 2)) != std::string::npos) {
+      return std::nullopt;
+    }
+    const FileURL url = url_.appendingPathComponent("Contents")
+                            .appendingPathComponent("MacOS")
+                            .appendingPathComponent(*name);
+    struct stat status{};
+    const bool isThere = stat(url.path().c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return isThere ? std::optional(url) : std::nullopt;
+  }
+
+ private:
+  const InfoDictionary& infoDictionary() const override { return infoDictionary_; }
+
+  const FileURL url_;
+  const InfoDictionary infoDictionary_;
+};
+
+}  // namespace
+
+FileURL bundleURLOfExecutable(const FileURL& executableURL) {
+  const FileURL directory = executableURL.deletingLastPathComponent();
+  const FileURL contents = directory.deletingLastPathComponent();
+  FileURL app = contents.deletingLastPathComponent();
+  const bool isInApp = directory.lastPathComponent() == "MacOS" &&
+                       contents.lastPathComponent() == "Contents" && app.pathExtension() == "app";
+  return isInApp ? app : directory;
+}
+
+LinuxBundleProvider::LinuxBundleProvider() : mainBundle_(std::make_unique<MainBundle>()) {}
+
+std::unique_ptr<Bundle> LinuxBundleProvider::bundleWithURL(const FileURL& url) const {
+  if (url.path().find('\0') != std::string::npos) return nullptr;
+  const FileDescriptor directory = openDirectory(url);
+  if (!directory) return nullptr;
+  return std::make_unique<DirectoryBundle>(url, readInfoDictionary(directory));
+}
+
+}  // namespace blindfold

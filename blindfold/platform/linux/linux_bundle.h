@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+
+#include "blindfold/platform/bundle.h"
+#include "blindfold/platform/file_url.h"
+
+namespace blindfold {
+
+/// A longer information property list is not read, and its bundle declares nothing.
+inline constexpr std::size_t maximumInfoFileSize = std::size_t{4} * 1024 * 1024;
+
+/// The directory of the bundle whose executable is at `executableURL`: X.app for one in
+/// X.app/Contents/MacOS, else the directory that holds it.
+FileURL bundleURLOfExecutable(const FileURL& executableURL);
+
+/// Bundles on Linux. A bundle's info dictionary is the XML property list in the regular file
+/// Contents/Info.plist, read when the bundle is opened; without a readable one the bundle declares
+/// nothing. The main bundle's is the property list that was linked into the program, if one was;
+/// it is read at first use.
+class LinuxBundleProvider final : public BundleProvider {
+ public:
+  LinuxBundleProvider();
+
+  const Bundle& mainBundle() const override { return *mainBundle_; }
+  std::unique_ptr<Bundle> bundleWithURL(const FileURL& url) const override;
+
+ private:
+  std::unique_ptr<const Bundle> mainBundle_;
+};
+
+}  // namespace blindfold

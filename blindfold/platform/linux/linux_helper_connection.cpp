@@ -1,0 +1,276 @@
+#include "blindfold/platform/linux/linux_helper_connection.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/linux/frame.h"
+#include "blindfold/platform/linux/frame_fault.h"
+#include "blindfold/platform/linux/service_socket.h"
+#include "blindfold/text/utf8.h"
+
+namespace blindfold {
+namespace {
+
+// How long to wait before knocking again at a socket whose queue of connections is full.
+constexpr double connectionRetrySeconds = 0.01;
+
+constexpr std::size_t receiveBufferSize = std::size_t{64} * 1024;
+
+// The standard streams may be closed; a socket must not take the place of one of them.
+FileDescriptor openSocket() {
+  FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (!socket || socket.get() > STDERR_FILENO) return socket;
+  return FileDescriptor(fcntl(socket.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+// The helper must be run by root or by whoever runs this program.
+bool peerIsTrusted(int socket) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
+  return peer.uid == 0 || peer.uid == geteuid();
+}
+
+bool shouldTryAgain(int error) {
+  return error == EAGAIN || error == EINTR;
+}
+
+// What ends a call: the reply's bytes, or an error in their place.
+using Answer = std::variant<Bytes, PlatformError>;
+
+bool isErrorText(std::string_view bytes) {
+  return isValidUTF8(bytes, [](char32_t scalar) { return scalar != 0; });
+}
+
+// Throws `PlatformError` when the frame is no answer.
+Answer answerIn(Frame frame) {
+  switch (frame.kind) {
+    case FrameKind::reply:
+      return std::move(frame.payload);
+    case FrameKind::error:
+      if (!isErrorText(frame.payload)) throw platformError(FrameFault::errorNotText);
+      return PlatformError(frame.payload);
+    case FrameKind::request:
+      break;
+  }
+  throw platformError(FrameFault::notAnAnswer);
+}
+
+class LinuxHelperConnection final : public HelperConnection,
+                                    public std::enable_shared_from_this<LinuxHelperConnection> {
+ public:
+  LinuxHelperConnection(EventLoop& loop, std::string serviceName)
+      : loop_(loop), serviceName_(std::move(serviceName)) {}
+  LinuxHelperConnection(const LinuxHelperConnection&) = delete;
+  LinuxHelperConnection& operator=(const LinuxHelperConnection&) = delete;
+  ~LinuxHelperConnection() override { closeSocket(); }
+
+  void setRemoteObjectInterface() override { hasInterface_ = true; }
+
+  void setInvalidationHandler(std::function<void()> handler) override {
+    invalidationHandler_ = std::move(handler);
+  }
+
+  void setInterruptionHandler(std::function<void()> handler) override {
+    interruptionHandler_ = std::move(handler);
+  }
+
+  void resume() override;
+  std::unique_ptr<HelperProxy> remoteObjectProxy(ProxyErrorHandler errorHandler) override;
+  void invalidate() noexcept override { becomeInvalid(); }
+
+  // Sends the connection's one message.
+  void send(const HelperMessage& message, ReplyHandler reply, ProxyErrorHandler errorHandler);
+
+ private:
+  void connect();
+  void startTalking();
+  void transmit();
+  void serve(short revents);
+  void receive();
+  std::optional<Answer> nextAnswer();
+  void deliver(Answer answer);
+  void becomeInterrupted();
+  void becomeInvalid();
+  void finish();
+  void closeSocket();
+
+  EventLoop& loop_;
+  const std::string serviceName_;
+  std::function<void()> invalidationHandler_;
+  std::function<void()> interruptionHandler_;
+  bool hasInterface_ = false;
+  bool isResumed_ = false;
+  bool isInvalid_ = false;
+  bool hasMessage_ = false;
+
+  std::shared_ptr<WorkItem> nextTry_;
+  FileDescriptor socket_;     // from `resume` until nothing more can come
+  bool isConnected_ = false;  // the peer is there and trusted
+  Bytes outgoing_;
+  std::size_t written_ = 0;  // of outgoing_
+  FrameReader reader_;
+  ReplyHandler replyHandler_;  // while the message's answer is outstanding
+  ProxyErrorHandler errorHandler_;
+};
+
+class LinuxHelperProxy final : public HelperProxy {
+ public:
+  LinuxHelperProxy(std::shared_ptr<LinuxHelperConnection> connection,
+                   ProxyErrorHandler errorHandler)
+      : connection_(std::move(connection)), errorHandler_(std::move(errorHandler)) {}
+
+  void send(HelperMessage message, ReplyHandler reply) override {
+    connection_->send(message, std::move(reply), errorHandler_);
+  }
+
+ private:
+  const std::shared_ptr<LinuxHelperConnection> connection_;
+  const ProxyErrorHandler errorHandler_;
+};
+
+void LinuxHelperConnection::resume() {
+  if (isInvalid_ || std::exchange(isResumed_, true)) return;
+  socket_ = openSocket();
+  connect();
+}
+
+void LinuxHelperConnection::connect() {
+  const auto address = serviceSocketAddress(serviceName_);
+  if (!address || !socket_) return becomeInvalid();
+  const auto* const generic = reinterpret_cast<const sockaddr*>(&*address);
+  if (::connect(socket_.get(), generic, sizeof *address) == 0) return startTalking();
+  if (!shouldTryAgain(errno)) return becomeInvalid();
+  nextTry_ = loop_.makeWorkItem([this] { connect(); });
+  loop_.schedule(nextTry_, connectionRetrySeconds);
+}
+
+void LinuxHelperConnection::startTalking() {
+  if (!peerIsTrusted(socket_.get())) return becomeInvalid();
+  isConnected_ = true;
+  transmit();
+}
+
+std::unique_ptr<HelperProxy> LinuxHelperConnection::remoteObjectProxy(
+    ProxyErrorHandler errorHandler) {
+  if (!hasInterface_ || !isResumed_) return nullptr;
+  return std::make_unique<LinuxHelperProxy>(shared_from_this(), std::move(errorHandler));
+}
+
+void LinuxHelperConnection::send(const HelperMessage& message, ReplyHandler reply,
+                                 ProxyErrorHandler errorHandler) {
+  if (std::exchange(hasMessage_, true)) throw PlatformError("A connection carries one message.");
+  if (!socket_) return;  // nobody will answer, and a handler that says so has its turn
+  outgoing_ = encodeFrame({FrameKind::request, encodeMessage(message)});
+  replyHandler_ = std::move(reply);
+  errorHandler_ = std::move(errorHandler);
+  if (isConnected_) transmit();
+}
+
+// Writes what the socket takes, and waits for room for the rest and for what the helper says.
+void LinuxHelperConnection::transmit() {
+  const std::string_view rest = std::string_view(outgoing_).substr(written_);
+  if (!rest.empty()) {
+    const ssize_t count = ::send(socket_.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
+    if (count >= 0) {
+      written_ += static_cast<std::size_t>(count);
+    } else if (!shouldTryAgain(errno)) {
+      // The helper may have answered before it stopped listening: what has arrived is still read,
+      // and the end of the stream follows it.
+      shutdown(socket_.get(), SHUT_RDWR);
+      written_ = outgoing_.size();
+    }
+  }
+  const bool isWritten = written_ == outgoing_.size();
+  loop_.watch(socket_.get(), static_cast<short>(isWritten ? POLLIN : POLLIN | POLLOUT),
+              [this](short revents) { serve(revents); });
+}
+
+void LinuxHelperConnection::serve(short revents) {
+  const auto self = shared_from_this();  // a handler may let go of the connection
+  if ((revents & ~POLLOUT) != 0) receive();
+  if ((revents & POLLOUT) != 0 && socket_) transmit();
+}
+
+void LinuxHelperConnection::receive() {
+  std::array<char, receiveBufferSize> buffer;
+  const ssize_t count = recv(socket_.get(), buffer.data(), buffer.size(), 0);
+  if (count < 0 && shouldTryAgain(errno)) return;
+  // The end of the stream, or bytes that answer nothing.
+  if (count <= 0 || !replyHandler_) return becomeInterrupted();
+  reader_.append({buffer.data(), static_cast<std::size_t>(count)});
+  auto answer = nextAnswer();
+  if (answer) deliver(std::move(*answer));
+}
+
+std::optional<Answer> LinuxHelperConnection::nextAnswer() {
+  try {
+    auto frame = reader_.next();
+    if (!frame) return std::nullopt;
+    return answerIn(std::move(*frame));
+  } catch (const PlatformError& error) {
+    closeSocket();
+    return error;
+  }
+}
+
+void LinuxHelperConnection::deliver(Answer answer) {
+  const auto replyHandler = std::exchange(replyHandler_, nullptr);
+  const auto errorHandler = std::exchange(errorHandler_, nullptr);
+  if (auto* const bytes = std::get_if<Bytes>(&answer)) {
+    replyHandler(std::move(*bytes));
+  } else {
+    errorHandler(std::get<PlatformError>(std::move(answer)));
+  }
+}
+
+void LinuxHelperConnection::becomeInterrupted() {
+  closeSocket();
+  const auto handler = std::exchange(interruptionHandler_, nullptr);
+  if (handler) handler();
+}
+
+// The caller may hold a lock that the handler takes, so the handler waits for the loop.
+void LinuxHelperConnection::becomeInvalid() {
+  if (std::exchange(isInvalid_, true)) return;
+  closeSocket();
+  loop_.post([connection = weak_from_this()] {
+    if (const auto self = connection.lock()) self->finish();
+  });
+}
+
+// Runs the invalidation handler and lets go of every handler.
+void LinuxHelperConnection::finish() {
+  const auto invalidationHandler = std::exchange(invalidationHandler_, nullptr);
+  const auto interruptionHandler = std::exchange(interruptionHandler_, nullptr);
+  const auto replyHandler = std::exchange(replyHandler_, nullptr);
+  const auto errorHandler = std::exchange(errorHandler_, nullptr);
+  if (invalidationHandler) invalidationHandler();
+}
+
+void LinuxHelperConnection::closeSocket() {
+  if (nextTry_) nextTry_->cancel();
+  if (socket_) loop_.unwatch(socket_.get());
+  socket_.reset();
+  isConnected_ = false;
+}
+
+}  // namespace
+
+std::shared_ptr<HelperConnection> LinuxHelperConnectionProvider::makePrivilegedConnection(
+    const std::string& machServiceName) {
+  return std::make_shared<LinuxHelperConnection>(loop_, machServiceName);
+}
+
+}  // namespace blindfold

@@ -1,0 +1,7 @@
+#include "blindfold/service/microphone_controlling.h"
+
+namespace blindfold {
+
+MicrophoneControlling::~MicrophoneControlling() = default;
+
+}  // namespace blindfold

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+
+#include "blindfold/text/case_folding_table.h"
+
+namespace blindfold {
+
+/// `codePoint` folded to lower case by Unicode's simple case folding, which depends on no language
+/// and keeps one code point one code point; itself when it has no case.
+constexpr char32_t foldCase(char32_t codePoint) {
+  if (codePoint < 0x80) {
+    return codePoint >= U'A' && codePoint <= U'Z' ? codePoint + (U'a' - U'A') : codePoint;
+  }
+  const auto next = std::upper_bound(
+      caseFoldings.begin(), caseFoldings.end(), codePoint,
+      [](char32_t value, const CaseFolding& folding) { return value < folding.first; });
+  if (next == caseFoldings.begin()) return codePoint;
+  const CaseFolding& folding = *std::prev(next);
+  const bool isFolded =
+      codePoint <= folding.last && (codePoint - folding.first) % folding.step == 0;
+  return isFolded ? codePoint + static_cast<char32_t>(folding.offset) : codePoint;
+}
+
+}  // namespace blindfold

@@ -1,7 +1,0 @@
-#include "service/helper_controlling.h"
-
-namespace blindfold {
-
-HelperControlling::~HelperControlling() = default;
-
-}  // namespace blindfold

@@ -1,7 +1,0 @@
-#include "service/microphone_controlling.h"
-
-namespace blindfold {
-
-MicrophoneControlling::~MicrophoneControlling() = default;
-
-}  // namespace blindfold

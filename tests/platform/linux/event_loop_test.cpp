@@ -1,0 +1,498 @@
+#include "blindfold/platform/linux/event_loop.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "blindfold/platform/linux/file_descriptor.h"
+#include "tests/platform/linux/signal_storm.h"
+
+namespace blindfold {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using testing::ElementsAre;
+
+struct Pipe {
+  FileDescriptor reader;
+  FileDescriptor writer;
+
+  void fill() const { ASSERT_EQ(write(writer.get(), "x", 1), 1); }
+};
+
+Pipe makePipe() {
+  std::array<int, 2> ends{};
+  EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+void runRounds(EventLoop& loop, int count) {
+  for (; count > 0; --count) loop.runRound();
+}
+
+// A loop that never waits long: whoever tests what does not happen needs rounds that end.
+struct ImpatientLoop {
+  EventLoop loop;
+  std::shared_ptr<WorkItem> tick;
+
+  void runRound() {
+    tick = loop.makeWorkItem([] {});
+    loop.schedule(tick, 0.001);
+    loop.runRound();
+    tick->cancel();
+  }
+};
+
+TEST(EventLoopTest, PostedWorkRunsInTheOrderOfPosting) {
+  EventLoop loop;
+  std::vector<int> ran;
+  for (int i = 0; i < 5; ++i) loop.post([&ran, i] { ran.push_back(i); });
+  loop.runRound();
+  EXPECT_THAT(ran, ElementsAre(0, 1, 2, 3, 4));
+}
+
+TEST(EventLoopTest, PostedWorkNeverRunsInsidePost) {
+  EventLoop loop;
+  bool ran = false;
+  loop.post([&] { ran = true; });
+  EXPECT_FALSE(ran);
+}
+
+TEST(EventLoopTest, WorkPostedByWorkRunsInTheNextRoundWithoutWaiting) {
+  EventLoop loop;
+  std::vector<int> ran;
+  loop.post([&] {
+    loop.post([&] { ran.push_back(2); });
+    ran.push_back(1);
+  });
+  loop.runRound();
+  EXPECT_THAT(ran, ElementsAre(1));
+  loop.runRound();
+  EXPECT_THAT(ran, ElementsAre(1, 2));
+}
+
+TEST(EventLoopTest, PostedWorkIsLetGoOfBeforeTheNextWorkRuns) {
+  EventLoop loop;
+  auto captured = std::make_shared<int>();
+  const std::weak_ptr<int> watcher = captured;
+  bool expired = false;
+  loop.post([captured = std::move(captured)] {});
+  loop.post([&] { expired = watcher.expired(); });
+  loop.runRound();
+  EXPECT_TRUE(expired);
+}
+
+TEST(EventLoopTest, TheLoopRunsUntilWorkEndsTheProcess) {
+  const auto countToThree = [] {
+    EventLoop loop;
+    int rounds = 0;
+    std::function<void()> work = [&] {
+      if (++rounds == 3) std::_Exit(rounds);
+      loop.post(work);
+    };
+    loop.post(work);
+    loop.run();
+  };
+  EXPECT_EXIT(countToThree(), testing::ExitedWithCode(3), "");
+}
+
+TEST(EventLoopTest, TimedWorkRunsInTheOrderOfItsDeadlines) {
+  EventLoop loop;
+  std::vector<int> ran;
+  const auto late = loop.makeWorkItem([&] { ran.push_back(2); });
+  const auto early = loop.makeWorkItem([&] { ran.push_back(1); });
+  loop.schedule(late, 0.02);
+  loop.schedule(early, 0.01);
+  while (ran.size() < 2) loop.runRound();
+  EXPECT_THAT(ran, ElementsAre(1, 2));
+}
+
+TEST(EventLoopTest, TimedWorkNeverRunsEarly) {
+  EventLoop loop;
+  for (const int delay : {1, 3, 10, 25}) {
+    bool ran = false;
+    const auto item = loop.makeWorkItem([&] { ran = true; });
+    const auto start = Clock::now();
+    loop.schedule(item, delay / 1000.0);
+    while (!ran) loop.runRound();
+    EXPECT_GE(Clock::now() - start, milliseconds(delay));
+  }
+}
+
+TEST(EventLoopTest, TimedWorkNeverRunsInsideSchedule) {
+  EventLoop loop;
+  bool ran = false;
+  const auto item = loop.makeWorkItem([&] { ran = true; });
+  loop.schedule(item, 0);
+  EXPECT_FALSE(ran);
+}
+
+TEST(EventLoopTest, AnItemRunsOnceThoughItIsScheduledTwice) {
+  EventLoop loop;
+  int runs = 0;
+  const auto item = loop.makeWorkItem([&] { ++runs; });
+  loop.schedule(item, 0);
+  loop.schedule(item, 0);
+  loop.runRound();
+  loop.schedule(item, 0);
+  loop.post([] {});
+  loop.runRound();
+  EXPECT_EQ(runs, 1);
+}
+
+TEST(EventLoopTest, NoDelayAtAllIsWhatANegativeOrUndefinedDelayMeans) {
+  const double undefined = std::numeric_limits<double>::quiet_NaN();
+  const double infinite = std::numeric_limits<double>::infinity();
+  for (const double delay : {0.0, -0.0, -1.0, -1e300, -infinite, undefined, 1e-300}) {
+    EventLoop loop;
+    bool ran = false;
+    const auto item = loop.makeWorkItem([&] { ran = true; });
+    loop.schedule(item, delay);
+    loop.runRound();
+    EXPECT_TRUE(ran) << delay;
+  }
+}
+
+TEST(EventLoopTest, AnEndlessDelayNeitherRunsNorHoldsUpOtherWork) {
+  for (const double delay : {1e10, 1e18, 1e300, std::numeric_limits<double>::infinity()}) {
+    ImpatientLoop loop;
+    bool ran = false;
+    const auto item = loop.loop.makeWorkItem([&] { ran = true; });
+    loop.loop.schedule(item, delay);
+    loop.runRound();
+    loop.runRound();
+    EXPECT_FALSE(ran) << delay;
+  }
+}
+
+TEST(EventLoopTest, ACancelledItemDoesNotRun) {
+  ImpatientLoop loop;
+  bool ran = false;
+  const auto item = loop.loop.makeWorkItem([&] { ran = true; });
+  loop.loop.schedule(item, 0);
+  item->cancel();
+  item->cancel();
+  loop.runRound();
+  EXPECT_FALSE(ran);
+}
+
+TEST(EventLoopTest, AnItemCancelledBeforeItIsScheduledDoesNotRun) {
+  ImpatientLoop loop;
+  bool ran = false;
+  const auto item = loop.loop.makeWorkItem([&] { ran = true; });
+  item->cancel();
+  loop.loop.schedule(item, 0);
+  loop.runRound();
+  EXPECT_FALSE(ran);
+}
+
+TEST(EventLoopTest, CancellingLetsGoOfTheWorkAtOnce) {
+  EventLoop loop;
+  auto captured = std::make_shared<int>();
+  const std::weak_ptr<int> watcher = captured;
+  const auto item = loop.makeWorkItem([captured = std::move(captured)] {});
+  loop.schedule(item, 12);
+  item->cancel();
+  EXPECT_TRUE(watcher.expired());
+}
+
+TEST(EventLoopTest, CancellingLetsGoOfTheItemAtOnce) {
+  EventLoop loop;
+  auto item = loop.makeWorkItem([] {});
+  const std::weak_ptr<WorkItem> watcher = item;
+  loop.schedule(item, 12);
+  item->cancel();
+  item.reset();
+  EXPECT_TRUE(watcher.expired());
+}
+
+TEST(EventLoopTest, AnItemIsLetGoOfOnceItHasRun) {
+  EventLoop loop;
+  auto captured = std::make_shared<int>();
+  const std::weak_ptr<int> watcher = captured;
+  const auto item = loop.makeWorkItem([captured = std::move(captured)] {});
+  loop.schedule(item, 0);
+  loop.runRound();
+  EXPECT_TRUE(watcher.expired());
+}
+
+TEST(EventLoopTest, WorkMayCancelItsOwnItem) {
+  EventLoop loop;
+  std::shared_ptr<WorkItem> item;
+  auto captured = std::make_shared<int>(0);
+  item = loop.makeWorkItem([&item, captured] {
+    item->cancel();
+    ++*captured;
+  });
+  loop.schedule(item, 0);
+  loop.runRound();
+  EXPECT_EQ(*captured, 1);
+}
+
+TEST(EventLoopTest, WorkMayCancelAnotherItemThatIsDueInTheSameRound) {
+  EventLoop loop;
+  bool ran = false;
+  const auto second = loop.makeWorkItem([&] { ran = true; });
+  const auto first = loop.makeWorkItem([&] { second->cancel(); });
+  loop.schedule(first, -1);
+  loop.schedule(second, -1);
+  loop.runRound();
+  EXPECT_FALSE(ran);
+}
+
+TEST(EventLoopTest, AnItemOutlivesItsLoop) {
+  std::shared_ptr<WorkItem> item;
+  auto captured = std::make_shared<int>();
+  const std::weak_ptr<int> watcher = captured;
+  {
+    EventLoop loop;
+    item = loop.makeWorkItem([captured = std::move(captured)] {});
+    loop.schedule(item, 12);
+  }
+  EXPECT_TRUE(watcher.expired());
+  item->cancel();
+}
+
+TEST(EventLoopTest, TimedWorkRunsUnderAFloodOfPosts) {
+  EventLoop loop;
+  bool ran = false;
+  std::function<void()> flood = [&] { loop.post(flood); };
+  loop.post(flood);
+  const auto item = loop.makeWorkItem([&] { ran = true; });
+  loop.schedule(item, 0.01);
+  const auto start = Clock::now();
+  while (!ran && Clock::now() - start < std::chrono::seconds(5)) loop.runRound();
+  EXPECT_TRUE(ran);
+}
+
+TEST(EventLoopTest, ADescriptorIsServedUnderAFloodOfPosts) {
+  EventLoop loop;
+  const Pipe pipe = makePipe();
+  pipe.fill();
+  bool served = false;
+  std::function<void()> flood = [&] { loop.post(flood); };
+  loop.post(flood);
+  loop.watch(pipe.reader.get(), POLLIN, [&](short) { served = true; });
+  runRounds(loop, 2);
+  EXPECT_TRUE(served);
+}
+
+TEST(EventLoopTest, AHandlerIsToldWhatItsDescriptorIsReadyFor) {
+  EventLoop loop;
+  const Pipe pipe = makePipe();
+  pipe.fill();
+  short told = 0;
+  loop.watch(pipe.reader.get(), POLLIN, [&](short revents) { told = revents; });
+  loop.runRound();
+  EXPECT_EQ(told, POLLIN);
+}
+
+TEST(EventLoopTest, AHandlerIsToldThatTheOtherEndHasGone) {
+  EventLoop loop;
+  Pipe pipe = makePipe();
+  short told = 0;
+  loop.watch(pipe.reader.get(), POLLIN, [&](short revents) { told = revents; });
+  pipe.writer.reset();
+  loop.runRound();
+  EXPECT_EQ(told, POLLHUP);
+}
+
+TEST(EventLoopTest, AHandlerIsCalledAgainWhileItsDescriptorStaysReady) {
+  EventLoop loop;
+  const Pipe pipe = makePipe();
+  pipe.fill();
+  int calls = 0;
+  loop.watch(pipe.reader.get(), POLLIN, [&](short) { ++calls; });
+  runRounds(loop, 3);
+  EXPECT_EQ(calls, 3);
+}
+
+TEST(EventLoopTest, WatchingAgainReplacesEventsAndHandler) {
+  EventLoop loop;
+  const Pipe pipe = makePipe();
+  std::vector<std::string> called;
+  loop.watch(pipe.writer.get(), POLLIN, [&](short) { called.emplace_back("replaced"); });
+  loop.watch(pipe.writer.get(), POLLOUT, [&](short) { called.emplace_back("present"); });
+  loop.runRound();
+  EXPECT_THAT(called, ElementsAre("present"));
+}
+
+TEST(EventLoopTest, AnUnwatchedDescriptorIsNotServed) {
+  ImpatientLoop loop;
+  const Pipe pipe = makePipe();
+  pipe.fill();
+  bool served = false;
+  loop.loop.watch(pipe.reader.get(), POLLIN, [&](short) { served = true; });
+  loop.loop.unwatch(pipe.reader.get());
+  loop.loop.unwatch(pipe.reader.get());
+  loop.runRound();
+  EXPECT_FALSE(served);
+}
+
+TEST(EventLoopTest, AHandlerMayUnwatchItsOwnDescriptorAndGoOn) {
+  ImpatientLoop loop;
+  const Pipe pipe = makePipe();
+  pipe.fill();
+  const auto calls = std::make_shared<int>(0);
+  loop.loop.watch(pipe.reader.get(), POLLIN, [&loop, &pipe, calls](short) {
+    loop.loop.unwatch(pipe.reader.get());
+    ++*calls;
+  });
+  loop.runRound();
+  loop.runRound();
+  EXPECT_EQ(*calls, 1);
+  EXPECT_EQ(calls.use_count(), 1);
+}
+
+TEST(EventLoopTest, AHandlerMayUnwatchAnotherReadyDescriptorOfTheSameRound) {
+  EventLoop loop;
+  const std::array<Pipe, 2> pipes{makePipe(), makePipe()};
+  std::vector<int> served;
+  for (int own = 0; own < 2; ++own) {
+    pipes.at(static_cast<std::size_t>(own)).fill();
+    const int other = pipes.at(static_cast<std::size_t>(1 - own)).reader.get();
+    loop.watch(pipes.at(static_cast<std::size_t>(own)).reader.get(), POLLIN,
+               [&loop, &served, own, other](short) {
+                 served.push_back(own);
+                 loop.unwatch(other);
+               });
+  }
+  loop.runRound();
+  EXPECT_EQ(served.size(), 1U);
+}
+
+TEST(EventLoopTest, AWatchMadeDuringARoundDoesNotHearOfItsPredecessorsReadiness) {
+  EventLoop loop;
+  const std::array<Pipe, 2> pipes{makePipe(), makePipe()};
+  bool heard = false;
+  const auto replaceBoth = [&](short) {
+    for (const auto& each : pipes) {
+      loop.watch(each.reader.get(), POLLIN, [&](short) { heard = true; });
+    }
+  };
+  for (const auto& each : pipes) {
+    each.fill();
+    loop.watch(each.reader.get(), POLLIN, replaceBoth);
+  }
+  loop.runRound();
+  EXPECT_FALSE(heard);
+  loop.runRound();
+  EXPECT_TRUE(heard);
+}
+
+TEST(EventLoopTest, TheLoopLetsGoOfWorkAndHandlersWithoutCallingThem) {
+  const Pipe pipe = makePipe();
+  pipe.fill();
+  bool ran = false;
+  auto captured = std::make_shared<int>();
+  const std::weak_ptr<int> watcher = captured;
+  {
+    EventLoop loop;
+    const auto work = [captured = std::move(captured), &ran] { ran = true; };
+    loop.post(work);
+    loop.schedule(loop.makeWorkItem(work), 0);
+    loop.watch(pipe.reader.get(), POLLIN, [work](short) { work(); });
+  }
+  EXPECT_TRUE(watcher.expired());
+  EXPECT_FALSE(ran);
+}
+
+TEST(EventLoopTest, WhatALoopLetsGoOfMayCallItOnceMore) {
+  const Pipe pipe = makePipe();
+  int farewells = 0;
+  {
+    EventLoop loop;
+    const auto item = loop.makeWorkItem([] {});
+    const auto sayFarewell = [&loop, &pipe, &farewells, item](void*) {
+      loop.unwatch(pipe.reader.get());
+      item->cancel();
+      ++farewells;
+    };
+    loop.schedule(item, 12);
+    int nothing = 0;
+    std::shared_ptr<void> owner(&nothing, sayFarewell);
+    loop.post([owner] {});
+    std::shared_ptr<void> other(&nothing, sayFarewell);
+    loop.watch(pipe.reader.get(), POLLIN, [other](short) {});
+    owner.reset();
+    other.reset();
+  }
+  EXPECT_EQ(farewells, 2);
+}
+
+TEST(EventLoopTest, SignalsDoNotEndAWaitEarly) {
+  const SignalStorm storm;
+  EventLoop loop;
+  bool ran = false;
+  const auto item = loop.makeWorkItem([&] { ran = true; });
+  const auto start = Clock::now();
+  loop.schedule(item, 0.1);
+  while (!ran) loop.runRound();
+  EXPECT_GE(Clock::now() - start, milliseconds(100));
+  EXPECT_GT(storm.signalCount(), 0);
+}
+
+// Runs `body` in a process that stops itself within it, calls `whileStopped`, lets it go on, and
+// returns its exit status.
+template <typename Body, typename WhileStopped>
+int runStoppingProcess(Body body, WhileStopped whileStopped) {
+  const pid_t child = fork();
+  if (child == 0) std::_Exit(body());
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, WUNTRACED), child);
+  EXPECT_TRUE(WIFSTOPPED(status));
+  whileStopped();
+  kill(child, SIGCONT);
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(EventLoopTest, AStopAndAContinuationDoNotEndAWaitEarly) {
+  const auto waitThroughAStop = [] {
+    EventLoop loop;
+    bool ran = false;
+    const auto item = loop.makeWorkItem([&] { ran = true; });
+    const auto start = Clock::now();
+    loop.schedule(item, 0.1);
+    loop.post([] { raise(SIGSTOP); });
+    while (!ran) loop.runRound();
+    return Clock::now() - start >= milliseconds(100) ? 0 : 1;
+  };
+  EXPECT_EQ(runStoppingProcess(waitThroughAStop, [] { usleep(10'000); }), 0);
+}
+
+TEST(EventLoopTest, WhatArrivedDuringAStopCountsBeforeTheTimeLimitThatPassedWithIt) {
+  const Pipe pipe = makePipe();
+  const auto tellWhichCameFirst = [&] {
+    EventLoop loop;
+    std::vector<int> came;
+    const auto item = loop.makeWorkItem([&] { came.push_back(2); });
+    loop.schedule(item, 0.02);
+    loop.watch(pipe.reader.get(), POLLIN, [&](short) { came.push_back(1); });
+    loop.post([] { raise(SIGSTOP); });
+    while (came.empty()) loop.runRound();
+    return came.front();
+  };
+  const auto answerLate = [&] {
+    pipe.fill();
+    usleep(50'000);
+  };
+  EXPECT_EQ(runStoppingProcess(tellWhichCameFirst, answerLate), 1);
+}
+
+}  // namespace
+}  // namespace blindfold

@@ -1,0 +1,75 @@
+#include "blindfold/platform/linux/linked_property_list.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "blindfold/platform/linux/property_list.h"
+
+namespace blindfold {
+namespace {
+
+std::string contentsOf(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file) << path;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+DictionaryValue text(std::string_view value) {
+  return std::string(value);
+}
+
+// The settings of the deployment that ships, in the order of the list.
+const std::vector<std::pair<std::string, DictionaryValue>> shippedSettings{
+    {"CFBundleExecutable", text("blindfoldctl")},
+    {"CFBundleIdentifier", text("app.blindfold.cli")},
+    {"CFBundleName", text("blindfoldctl")},
+    {"CFBundlePackageType", text("BNDL")},
+    {"CFBundleShortVersionString", text("1.0.9")},
+    {"CFBundleVersion", text("10")},
+    {"CFBundleSupportedPlatforms", ValueArray{"MacOSX"}},
+    {"LSMinimumSystemVersion", text("14.0")},
+    {"BlindfoldHelperInstallPath", text("/Library/PrivilegedHelperTools/app.blindfold.helper")},
+    {"BlindfoldHelperLaunchdLabel", text("app.blindfold.helper")},
+    {"BlindfoldHelperMachServiceName", text("app.blindfold.helper")},
+    {"BlindfoldHelperLaunchdPlistPath", text("/Library/LaunchDaemons/app.blindfold.helper.plist")},
+    {"BlindfoldHelperLogPath", text("/var/log/blindfold-helper.log")},
+    {"BlindfoldStateDirectoryPath", text("/var/run/blindfold")},
+};
+
+// This program is linked with the property list that ships.
+TEST(LinkedPropertyListTest, ItIsTheFileByteForByte) {
+  EXPECT_EQ(linkedPropertyList(), contentsOf(SHIPPED_PROPERTY_LIST));
+}
+
+TEST(LinkedPropertyListTest, WhatShipsHasItsSettingsAndNoOthers) {
+  EXPECT_EQ(parsePropertyList(contentsOf(SHIPPED_PROPERTY_LIST)),
+            InfoDictionary(shippedSettings.begin(), shippedSettings.end()));
+}
+
+TEST(LinkedPropertyListTest, WhatShipsHasItsSettingsInTheirOrder) {
+  const std::string list = contentsOf(SHIPPED_PROPERTY_LIST);
+  std::vector<std::size_t> places;
+  places.reserve(shippedSettings.size());
+  for (const auto& [key, value] : shippedSettings) {
+    places.push_back(list.find("<key>" + key + "</key>"));
+  }
+  EXPECT_TRUE(std::is_sorted(places.begin(), places.end()));
+  EXPECT_NE(places.back(), std::string::npos);
+}
+
+// The build wrote the list for this path, whose characters XML has other uses for.
+TEST(LinkedPropertyListTest, TheDevelopmentDeploymentDiffersInTwoSettings) {
+  InfoDictionary expected(shippedSettings.begin(), shippedSettings.end());
+  expected["BlindfoldHelperInstallPath"] = DEVELOPMENT_HELPER_PATH;
+  expected["BlindfoldHelperMachServiceName"] = DEVELOPMENT_SERVICE;
+  EXPECT_EQ(parsePropertyList(contentsOf(DEVELOPMENT_PROPERTY_LIST)), expected);
+}
+
+}  // namespace
+}  // namespace blindfold
