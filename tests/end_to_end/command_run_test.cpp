@@ -10,7 +10,7 @@
 #include "blindfold/model/hold.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
-#include "tests/end_to_end/deployment.h"
+#include "tests/end_to_end/end_to_end_test.h"
 
 namespace blindfold {
 namespace {

@@ -2,13 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "tests/end_to_end/deployment.h"
+#include "tests/end_to_end/end_to_end_test.h"
 
 namespace blindfold {
 namespace {
@@ -39,7 +37,8 @@ std::string everyMethod(const std::string& action) {
 }
 
 TEST_F(FailureRunTest, TheShippedToolSaysWhenNoHelperIsInstalled) {
-  expectFailure(runProgram({shippedTool, "status"}), "Protection service is not set up.");
+  expectFailure(runProgram({BLINDFOLD_SHIPPED_TOOL, "status"}),
+                "Protection service is not set up.");
 }
 
 TEST_F(FailureRunTest, RenewWithoutALeaseNeedsNoHelper) {
@@ -75,7 +74,7 @@ TEST_F(FailureRunTest, AReplyThatIsCutShortIsUnavailable) {
 TEST_F(FailureRunTest, AHelperThatDiesInTheMiddleOfARequestIsUnavailableAtOnce) {
   startHelper(everyMethod("silent"));
   RunningProgram waiting = start({"restore"});
-  while (record().empty()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  waitForMessages("restoreAll:");
   sendHelper(SIGKILL);
   const ProgramResult result = waiting.wait();
   expectFailure(result, unavailable);

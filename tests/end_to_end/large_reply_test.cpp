@@ -6,7 +6,7 @@
 
 #include "blindfold/model/detection.h"
 #include "blindfold/model/json/json_encoder.h"
-#include "tests/end_to_end/deployment.h"
+#include "tests/end_to_end/end_to_end_test.h"
 
 namespace blindfold {
 namespace {

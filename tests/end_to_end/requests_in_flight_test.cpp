@@ -12,7 +12,7 @@
 #include "blindfold/platform/linux/linux_code_signing.h"
 #include "blindfold/platform/linux/linux_file_manager.h"
 #include "blindfold/platform/linux/linux_helper_connection.h"
-#include "tests/end_to_end/deployment.h"
+#include "tests/end_to_end/end_to_end_test.h"
 #include "tests/support/fake_bundle.h"
 #include "tests/support/task_ending.h"
 
@@ -21,11 +21,10 @@ namespace {
 
 constexpr int requestsInFlight = 64;
 
-/// The Linux platform, but for a bundle that has the development deployment's settings.
+/// The Linux platform, but for a bundle that names the service and the development helper.
 struct TestPlatform {
-  TestPlatform() {
-    bundles.main.dictionary["BlindfoldHelperMachServiceName"] =
-        std::string(BLINDFOLD_DEVELOPMENT_SERVICE);
+  explicit TestPlatform(const std::string& service) {
+    bundles.main.dictionary["BlindfoldHelperMachServiceName"] = service;
     bundles.main.dictionary["BlindfoldHelperInstallPath"] = developmentHelper;
   }
 
@@ -47,7 +46,7 @@ TEST_F(RequestsInFlightTest, SixtyFourMixedRequestsEachEndInTheirOwnWay) {
       "\n"
       "muteMic: delay 0.3 close\n"
       "unmuteMic: delay 0.1 error no such microphone\n");
-  TestPlatform test;
+  TestPlatform test(deployment().service);
   HelperClient client(/*skipPrecheck=*/true, test.platform, test.settings);
   std::vector<std::shared_ptr<TaskEnding<HoldState>>> states;
   std::vector<std::shared_ptr<TaskEnding<OperationResult>>> restores;

@@ -5,7 +5,7 @@
 #include <csignal>
 #include <string>
 
-#include "tests/end_to_end/deployment.h"
+#include "tests/end_to_end/end_to_end_test.h"
 
 namespace blindfold {
 namespace {
@@ -33,7 +33,7 @@ TEST_F(StandardStreamTest, AReaderThatGoesAwayEndsTheToolAsItDoesAnyFilter) {
   const ProgramResult result = [&] {
     const ProgramOptions options{.standardOutput =
                                      OutputToPath{"/dev/fd/" + std::to_string(ends[1])}};
-    RunningProgram program({tool, "status"}, options);
+    RunningProgram program = start({"status"}, options);
     close(ends[0]);
     close(ends[1]);
     return program.wait();

@@ -8,16 +8,19 @@
 #include <string>
 #include <vector>
 
-#include "tests/end_to_end/deployment.h"
+#include "tests/end_to_end/end_to_end_test.h"
 
 namespace blindfold {
 namespace {
 
 class SystemCallTest : public EndToEndTest {
  protected:
+  SystemCallTest() : EndToEndTest({BLINDFOLD_LINKED_TOOL, BLINDFOLD_LINKED_SERVICE}) {}
+
   /// The system calls of one run, each as strace writes it.
   std::vector<std::string> systemCalls(const std::vector<std::string>& words) {
-    std::vector<std::string> arguments{BLINDFOLD_STRACE, "-f", "-o", path("trace"), tool};
+    std::vector<std::string> arguments{BLINDFOLD_STRACE, "-f", "-o", path("trace"),
+                                       deployment().tool};
     arguments.insert(arguments.end(), words.begin(), words.end());
     const ProgramResult result = runProgram(arguments);
     EXPECT_EQ(result.exitStatus, 0) << result.standardError;
@@ -67,7 +70,7 @@ TEST_F(SystemCallTest, AHoldIsTwoConnectionsWithOneMessageEach) {
 
 TEST_F(SystemCallTest, AnUnknownWordIsAnsweredWithoutLookingForTheHelper) {
   const ProgramResult result =
-      runProgram({BLINDFOLD_STRACE, "-f", "-o", path("trace"), tool, "fly"});
+      runProgram({BLINDFOLD_STRACE, "-f", "-o", path("trace"), deployment().tool, "fly"});
   EXPECT_EQ(result.exitStatus, 64);
   const std::string trace = readFile(path("trace"));
   EXPECT_NE(trace.find("write(2"), std::string::npos);

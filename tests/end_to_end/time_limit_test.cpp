@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/end_to_end/deployment.h"
+#include "tests/end_to_end/end_to_end_test.h"
 
 namespace blindfold {
 namespace {
@@ -47,9 +47,7 @@ TEST_F(TimeLimitTest, EveryCommandHasItsLimitAndALateReplyIsNotWaitedFor) {
   RunningProgram detect = start({"detect"});
   RunningProgram hold = start({"hold-built-in"});
   RunningProgram restored = start({"restore"});
-  while (record().find("restoreAll:") == std::string::npos) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  waitForMessages("restoreAll:");
   std::vector<RunningProgram> controlRuns;
   controlRuns.push_back(start({"restore"}));
   controlRuns.push_back(start({"release"}));

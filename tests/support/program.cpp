@@ -329,7 +329,10 @@ ProgramResult runInChild(const std::function<void()>& function,
 }
 
 TemporaryDirectory::TemporaryDirectory()
-    : path_((std::filesystem::temp_directory_path() / "blindfold-XXXXXX").string()) {
+    : TemporaryDirectory(std::filesystem::temp_directory_path().string()) {}
+
+TemporaryDirectory::TemporaryDirectory(const std::string& parent)
+    : path_(parent + "/blindfold-XXXXXX") {
   if (mkdtemp(path_.data()) == nullptr) throwError(errno, "mkdtemp");
 }
 
