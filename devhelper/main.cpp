@@ -5,60 +5,26 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "devhelper/clock.h"
-#include "devhelper/helper_service.h"
-#include "devhelper/lease_id.h"
+#include "devhelper/messages.h"
 #include "devhelper/options.h"
-#include "devhelper/system_failure.h"
-#include "devhelper/termination_signals.h"
-#include "devhelper/usage_error.h"
+#include "devhelper/serve.h"
 
 namespace blindfold {
 namespace {
 
 constexpr int usageStatus = 2;
 
-/// Keeps files and sockets off the places of standard streams that were closed at the start. What
-/// takes them cannot be written to, so writing to a closed stream still fails.
+/// Opens the standard streams that were closed at the start, so that no file or socket takes their
+/// numbers. They are opened for reading: writing to a closed stream still fails.
 void reserveStandardStreams() {
   int descriptor = 0;
   while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
     descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
   }
   if (descriptor >= 0) close(descriptor);
-}
-
-void announceReadiness() {
-  if (std::puts("ready") == EOF || std::fflush(stdout) == EOF) {
-    throw systemFailure("cannot write to standard output");
-  }
-}
-
-/// Serves until a signal ends it.
-void serve(const Options& options) {
-  auto script = options.scriptPath ? Script::read(*options.scriptPath) : Script();
-  EventLoop loop;
-  bool isEnding = false;
-  std::optional<PlatformError> failure;
-  const TerminationSignals signals(loop, [&] { isEnding = true; });
-  const ServiceListener listener(options.service);
-  std::optional<Recorder> recorder;
-  if (options.recordPath) recorder.emplace(*options.recordPath);
-  SimulatedMac mac({.kind = options.kind, .cameraInUse = options.cameraInUse}, currentMoment,
-                   makeLeaseID);
-  const HelperService service(loop, listener,
-                              {std::move(script), std::move(mac), std::move(recorder)},
-                              [&](const PlatformError& error) {
-                                failure = error;
-                                isEnding = true;
-                              });
-  announceReadiness();
-  while (!isEnding) loop.runRound();
-  if (failure) throw PlatformError(*failure);
 }
 
 int report(const std::exception& error, int status) {
@@ -69,8 +35,14 @@ int report(const std::exception& error, int status) {
 int run(const std::vector<std::string>& arguments) {
   try {
     reserveStandardStreams();
-    serve(parseOptions(arguments));
+    const auto options = parseOptions(arguments);
+    if (!options.help) serve(options);
+    print(helpText());
     return EXIT_SUCCESS;
+  } catch (const OptionError& error) {
+    report(error, usageStatus);
+    std::fprintf(stderr, "%s\n", usageLine().c_str());
+    return usageStatus;
   } catch (const UsageError& error) {
     return report(error, usageStatus);
   } catch (const std::exception& error) {

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
+#include <string_view>
 
 #include "blindfold/platform/helper_connection.h"
 #include "blindfold/platform/linux/file_descriptor.h"
@@ -13,19 +16,27 @@ namespace blindfold {
 /// that a message is always one line; every other byte stands as it is.
 std::string recordLine(const HelperMessage& message);
 
-/// A file that keeps every message received.
+/// A file of the messages received, a line each. A line that was begun and could not be finished
+/// never runs into the next one.
 class Recorder {
  public:
-  /// Appends to the file at `path`, made when there is none. Throws `PlatformError` with a one-line
-  /// text when it cannot be opened.
+  /// Appends to the file at `path`, made when there is none, and first ends a last line that has no
+  /// line break. A FIFO is waited for until it has a reader. Throws `PlatformError` with a one-line
+  /// text when the file cannot be opened or written.
   explicit Recorder(std::string path);
 
-  /// Adds the message's line; it is in the file when this returns. Throws as the constructor does.
+  /// Adds the message's line; it is in the file when this returns. Throws `PlatformError` with a
+  /// one-line text when it cannot be written; a regular file is then as it was before.
   void append(const HelperMessage& message);
 
  private:
+  PlatformError failure() const;
+  bool endsInsideALine(off_t size) const;
+  void write(std::string_view bytes);
+
   std::string path_;
   FileDescriptor file_;
+  bool isRegularFile_ = false;
 };
 
 }  // namespace blindfold

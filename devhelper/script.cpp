@@ -1,19 +1,80 @@
 #include "devhelper/script.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <system_error>
 #include <utility>
 
+#include "blindfold/platform/linux/file_descriptor.h"
 #include "blindfold/platform/platform_error.h"
+#include "blindfold/text/ascii.h"
 #include "blindfold/text/one_line.h"
-#include "devhelper/file_contents.h"
-#include "devhelper/number.h"
-#include "devhelper/quoted.h"
-#include "devhelper/usage_error.h"
+#include "devhelper/messages.h"
 
 namespace blindfold {
 namespace {
 
 constexpr std::string_view blanks = " \t";
+constexpr std::size_t readSize = std::size_t{256} * 1024;
+constexpr std::size_t nanosecondDigits = 9;
+
+/// The bytes of the file at `path`, which may be anything that can be read to an end. Throws
+/// `PlatformError` with a one-line text when it cannot be read or holds more than `maximumSize`.
+Bytes readFile(const std::string& path, std::size_t maximumSize) {
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file) throw systemFailure("cannot read " + quotedPath(path));
+  Bytes bytes;
+  std::vector<char> buffer(readSize);
+  for (;;) {
+    const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+    if (count == 0) return bytes;
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw systemFailure("cannot read " + quotedPath(path));
+    bytes.append(buffer.data(), static_cast<std::size_t>(count));
+    if (bytes.size() > maximumSize) throw PlatformError(quotedPath(path) + " is too large");
+  }
+}
+
+/// The whole number that `text` writes in decimal digits, nothing else around them; `std::nullopt`
+/// when it is not one or exceeds `maximum`.
+std::optional<std::uint64_t> parseCount(std::string_view text, std::uint64_t maximum) {
+  std::uint64_t count = 0;
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
+  const auto parsed = std::from_chars(begin, end, count);
+  if (parsed.ec != std::errc() || parsed.ptr != end || count > maximum) return std::nullopt;
+  return count;
+}
+
+bool isDigits(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), isDigit);
+}
+
+/// The seconds that `text` writes as a decimal number, "2", "0.25" or ".5", to the nanosecond
+/// (further digits are dropped); `std::nullopt` when it is not one or exceeds `maximum`.
+std::optional<std::chrono::nanoseconds> parseSeconds(std::string_view text,
+                                                     std::chrono::seconds maximum) {
+  const auto point = std::min(text.find('.'), text.size());
+  const auto whole = text.substr(0, point);
+  const auto fraction = text.substr(std::min(point + 1, text.size()));
+  if (whole.empty() && fraction.empty()) return std::nullopt;
+  if (!isDigits(whole) || !isDigits(fraction)) return std::nullopt;
+
+  const auto limit = static_cast<std::uint64_t>(maximum.count());
+  const auto seconds = whole.empty() ? 0 : parseCount(whole, limit);
+  std::string nanoseconds(fraction.substr(0, nanosecondDigits));
+  nanoseconds.resize(nanosecondDigits, '0');
+  const auto part = parseCount(nanoseconds, UINT64_MAX);
+  if (!seconds || !part) return std::nullopt;
+  const auto result = std::chrono::seconds(*seconds) + std::chrono::nanoseconds(*part);
+  if (result > maximum) return std::nullopt;
+  return result;
+}
 
 /// The part of a line that is still to be read.
 class LineReader {
@@ -52,7 +113,7 @@ class LineReader {
 };
 
 void finish(Answer& answer, Answer::Ending ending, Bytes bytes) {
-  if (bytes.size() > maximumFramePayload) {
+  if (bytes.size() > maximumAnswerSize) {
     throw UsageError("that is more than a frame can carry");
   }
   answer.ending = ending;
@@ -66,14 +127,14 @@ void readReply(LineReader& line, Answer& answer) {
 void readReplyFile(LineReader& line, Answer& answer) {
   const std::string path(line.takeRest());
   if (path.empty()) throw UsageError("a path is missing");
-  finish(answer, Answer::Ending::reply, readFile(path, maximumFramePayload));
+  finish(answer, Answer::Ending::reply, readFile(path, maximumAnswerSize));
 }
 
 void readError(LineReader& line, Answer& answer) {
   finish(answer, Answer::Ending::error, Bytes(line.takeRest()));
 }
 
-/// `silent` and `close`: what sends no frame leaves nothing to cut or to slow down.
+/// `silent` and `close`, which send no frame that could be truncated or trickled.
 void finishWithoutFrame(LineReader& line, Answer& answer, Answer::Ending ending) {
   line.expectEnd();
   if (answer.truncation || answer.trickle) {
@@ -175,8 +236,8 @@ Script::Script(std::string_view text, std::string_view name) {
     try {
       const auto method = takeMethod(line);
       turns_[row(method)].answers.push_back(takeAnswer(line));
-    } catch (const std::runtime_error& trouble) {
-      throw UsageError(oneLine(name) + ":" + std::to_string(number) + ": " + trouble.what());
+    } catch (const std::runtime_error& error) {
+      throw UsageError(oneLine(name) + ":" + std::to_string(number) + ": " + error.what());
     }
   }
 }

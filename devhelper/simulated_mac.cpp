@@ -1,6 +1,9 @@
 #include "devhelper/simulated_mac.h"
 
 #include <algorithm>
+#include <cassert>
+#include <random>
+#include <string_view>
 #include <utility>
 
 namespace blindfold {
@@ -9,7 +12,7 @@ namespace {
 constexpr const char* idleMode = "idle";
 constexpr const char* heldMode = "held";
 
-/// Why a hold ended, as `lastRestoreReason` says it.
+/// The values of `HoldState::lastRestoreReason`.
 namespace reason {
 constexpr const char* leaseExpired = "leaseExpired";
 constexpr const char* released = "released";
@@ -61,14 +64,35 @@ std::vector<TargetService> initialServices() {
 /// Above every pid of `initialServices`.
 constexpr std::int64_t firstNewPid = 2001;
 
-/// `seconds`, a positive number, as the length of a lease.
+/// The length of a lease of `seconds`, a positive number.
 std::chrono::nanoseconds leaseDuration(double seconds) {
+  assert(seconds > 0);
   const std::chrono::duration<double> longest = maximumLease;
   const auto asked = std::min(std::chrono::duration<double>(seconds), longest);
   return std::chrono::ceil<std::chrono::nanoseconds>(asked);
 }
 
 }  // namespace
+
+Moment currentMoment() {
+  using std::chrono::floor;
+  return {floor<std::chrono::microseconds>(std::chrono::system_clock::now()),
+          std::chrono::steady_clock::now().time_since_epoch()};
+}
+
+std::string makeLeaseID() {
+  // x is any digit; y carries the variant in its two upper bits.
+  constexpr std::string_view pattern = "xxxxxxxx-xxxx-4xxx-yxxx-xxxxxxxxxxxx";
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::random_device source;
+  std::uniform_int_distribution<std::size_t> distribution(0, digits.size() - 1);
+  std::string id(pattern);
+  for (char& character : id) {
+    if (character == 'x') character = digits[distribution(source)];
+    if (character == 'y') character = digits[8 + distribution(source) % 4];
+  }
+  return id;
+}
 
 SimulatedMac::SimulatedMac(const SimulatedMacOptions& options, Clock clock,
                            std::function<std::string()> makeLeaseID)
@@ -168,11 +192,17 @@ void SimulatedMac::startLease(const Moment& now) {
   leaseEnd_ = now.uptime + leaseDuration_;
 }
 
-void SimulatedMac::endHold(const char* reason) {
-  // launchd starts anew what was terminated; what was stopped just goes on.
-  for (const auto place : terminated_) services_[place].pid = nextPid_++;
+void SimulatedMac::endHold(std::string reason) {
+  // launchd starts a terminated service again; a stopped one continues.
+  for (const auto index : terminated_) services_[index].pid = nextPid_++;
   terminated_.clear();
-  state_ = {.mode = idleMode, .lastRestoreReason = reason, .micMuted = state_.micMuted};
+  state_.mode = idleMode;
+  state_.leaseID.reset();
+  state_.heldTargets.clear();
+  state_.startedAt.reset();
+  state_.lastHeartbeatAt.reset();
+  state_.sourceCameraID.reset();
+  state_.lastRestoreReason = std::move(reason);
 }
 
 HeldTarget SimulatedMac::pause(const TargetService& target) {

@@ -10,14 +10,29 @@
 
 #include "blindfold/model/detection.h"
 #include "blindfold/model/hold.h"
-#include "devhelper/clock.h"
+#include "blindfold/model/instant.h"
 
 namespace blindfold {
+
+/// A point in time, by two clocks: the date, which may be set, and a time that only moves forward,
+/// from any beginning.
+struct Moment {
+  Instant date;
+  std::chrono::nanoseconds uptime;
+};
+
+using Clock = std::function<Moment()>;
+
+/// The present moment of the system's clocks.
+Moment currentMoment();
+
+/// A new lease identifier: a random UUID (RFC 9562, version 4) in upper case.
+std::string makeLeaseID();
 
 /// The longest lease that a hold can get.
 inline constexpr std::chrono::hours maximumLease{24};
 
-/// What the simulated Mac is like.
+/// The choices that a `SimulatedMac` leaves open.
 struct SimulatedMacOptions {
   /// The kind of the selected camera.
   CameraKind kind = CameraKind::builtIn;
@@ -25,14 +40,13 @@ struct SimulatedMacOptions {
   bool cameraInUse = false;
 };
 
-/// A Mac with cameras, the services behind them and a helper that holds them under a lease. It is
-/// entirely passive: time moves by what its clock says at each call, and a lease that has run out
-/// ends at the next call.
+/// A Mac with cameras, the services behind them and a helper that holds them under a lease. It does
+/// nothing between calls: each call asks the clock, and first ends a lease that has expired.
 class SimulatedMac {
  public:
   /// Keeps both functions. `makeLeaseID` gives each hold its lease's identifier.
-  SimulatedMac(const SimulatedMacOptions& options, Clock clock,
-               std::function<std::string()> makeLeaseID);
+  explicit SimulatedMac(const SimulatedMacOptions& options, Clock clock = currentMoment,
+                        std::function<std::string()> makeLeaseID = blindfold::makeLeaseID);
 
   DetectionResult detectTargets();
 
@@ -41,7 +55,7 @@ class SimulatedMac {
   /// positive.
   OperationResult hold(const HoldRequest& request);
 
-  /// Starts the time of the lease anew. Refused unless `leaseID` is the lease that runs.
+  /// Restarts the time of the lease. Refused unless `leaseID` is the lease that runs.
   OperationResult renew(const std::optional<std::string>& leaseID);
 
   /// Ends the hold. Refused when nothing is held, or `leaseID` is given and not the lease that
@@ -51,7 +65,7 @@ class SimulatedMac {
   /// Ends the hold, if there is one, whatever its lease. Never refused.
   OperationResult restoreAll();
 
-  /// Never refused.
+  /// Mutes or unmutes the microphones. Never refused.
   OperationResult muteMic();
   OperationResult unmuteMic();
 
@@ -61,7 +75,7 @@ class SimulatedMac {
   bool isHeld() const { return state_.leaseID.has_value(); }
   void endExpiredLease(const Moment& now);
   void startLease(const Moment& now);
-  void endHold(const char* reason);
+  void endHold(std::string reason);
   HeldTarget pause(const TargetService& target);
   OperationResult setMicMuted(bool muted);
   OperationResult result(bool success, std::string message) const;
@@ -71,7 +85,7 @@ class SimulatedMac {
   /// The last one is the selected one.
   std::vector<CameraInfo> cameras_;
   std::vector<TargetService> services_;
-  /// The services whose processes the hold ended, as places in `services_`.
+  /// The services whose processes the hold ended, as indices of `services_`.
   std::vector<std::size_t> terminated_;
   std::int64_t nextPid_;
   HoldState state_;

@@ -1,316 +1,123 @@
+#include "devhelper/development_helper.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
-#include <csignal>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <system_error>
-#include <thread>
-#include <vector>
+#include <utility>
 
-#include "blindfold/model/detection.h"
-#include "blindfold/model/hold.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
-#include "blindfold/platform/linux/frame.h"
-#include "blindfold/platform/linux/service_socket.h"
-#include "tests/devhelper/raw_client.h"
-#include "tests/devhelper/running_helper.h"
 #include "tests/support/program.h"
 
-// The helper without a script, and its life as a process.
 namespace blindfold {
 namespace {
 
-using namespace std::chrono_literals;
+using testing::StartsWith;
 
-const HelperMessage status{HelperMethod::currentState, NoArgument{}};
-
-class DevelopmentHelperTest : public testing::Test {
+class SimulatedReplyTest : public testing::Test {
  protected:
-  template <class Record>
-  Record ask(HelperMethod method, MessageArgument argument = NoArgument{}) const {
-    RawClient client(service_.text());
-    client.sendMessage({method, std::move(argument)});
-    const auto frame = client.receiveFrame().value();
-    EXPECT_EQ(frame.kind, FrameKind::reply);
-    return JSONDecoder{}.decode<Record>(frame.payload);
+  Bytes reply(HelperMethod method, MessageArgument argument = NoArgument{}) {
+    return simulatedReply(mac_, {method, std::move(argument)});
   }
 
-  OperationResult hold(double durationHint) const {
-    const auto detection = ask<DetectionResult>(HelperMethod::detectTargets);
+  template <class Record>
+  Record record(HelperMethod method, MessageArgument argument = NoArgument{}) {
+    return JSONDecoder{}.decode<Record>(reply(method, std::move(argument)));
+  }
+
+  OperationResult hold() {
+    const auto detection = record<DetectionResult>(HelperMethod::detectTargets);
     const HoldRequest request{.cameraID = detection.selectedCameraID.value(),
                               .kind = CameraKind::builtIn,
                               .targets = detection.resolvedTargets,
-                              .durationHint = durationHint,
-                              .correlationSnapshot = {}};
-    return ask<OperationResult>(HelperMethod::hold,
-                                DataArgument{makeJSONEncoder().encode(request)});
+                              .durationHint = 30,
+                              .correlationSnapshot = {{"a", 1}}};
+    return record<OperationResult>(HelperMethod::hold,
+                                   DataArgument{makeJSONEncoder().encode(request)});
   }
 
-  std::string socketPath() const { return serviceSocketPath(service_.text()); }
-
-  TestServiceName service_;
+  SimulatedMac mac_{{}, [] { return Moment{}; }, [] { return std::string("LEASE"); }};
 };
 
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+TEST_F(SimulatedReplyTest, DetectionIsTheMacs) {
+  EXPECT_EQ(record<DetectionResult>(HelperMethod::detectTargets), mac_.detectTargets());
 }
 
-mode_t modeOf(const std::string& path) {
-  struct stat item{};
-  return lstat(path.c_str(), &item) == 0 ? item.st_mode & 07777U : 0;
+TEST_F(SimulatedReplyTest, AHoldIsTheMacs) {
+  EXPECT_TRUE(hold().success);
+  EXPECT_EQ(record<HoldState>(HelperMethod::currentState).leaseID, "LEASE");
 }
 
-TEST_F(DevelopmentHelperTest, AHoldLivesThroughItsWholeLife) {
-  const RunningHelper helper(service_.text());
-  const auto held = hold(30);
-  ASSERT_TRUE(held.success);
-  const auto lease = held.holdState.value().leaseID.value();
-  EXPECT_EQ(ask<HoldState>(HelperMethod::currentState), held.holdState);
-  EXPECT_TRUE(ask<OperationResult>(HelperMethod::renew, TextArgument{lease}).success);
-  EXPECT_FALSE(ask<OperationResult>(HelperMethod::renew, TextArgument{"other"}).success);
-  EXPECT_FALSE(hold(30).success);
-  EXPECT_TRUE(ask<OperationResult>(HelperMethod::release, TextArgument{}).success);
-  EXPECT_FALSE(ask<OperationResult>(HelperMethod::release, TextArgument{}).success);
-  EXPECT_TRUE(ask<OperationResult>(HelperMethod::restoreAll).success);
+TEST_F(SimulatedReplyTest, AHoldThatIsNoRequestIsNoSuccess) {
+  const auto result = record<OperationResult>(HelperMethod::hold, DataArgument{"{"});
+  EXPECT_FALSE(result.success);
+  EXPECT_THAT(result.message, StartsWith("That is not a hold request: "));
 }
 
-TEST_F(DevelopmentHelperTest, ALeaseExpiresByTheClock) {
-  const RunningHelper helper(service_.text());
-  ASSERT_TRUE(hold(1).success);
-  EXPECT_EQ(ask<HoldState>(HelperMethod::currentState).mode, "held");
-  std::this_thread::sleep_for(1s);
-  EXPECT_EQ(ask<HoldState>(HelperMethod::currentState).lastRestoreReason, "leaseExpired");
+TEST_F(SimulatedReplyTest, RenewalTakesTheLease) {
+  hold();
+  EXPECT_TRUE(record<OperationResult>(HelperMethod::renew, TextArgument{"LEASE"}).success);
+  EXPECT_FALSE(record<OperationResult>(HelperMethod::renew, TextArgument{"OTHER"}).success);
+  EXPECT_FALSE(record<OperationResult>(HelperMethod::renew, TextArgument{}).success);
 }
 
-TEST_F(DevelopmentHelperTest, DatesAreOfToday) {
-  const RunningHelper helper(service_.text());
-  const auto started = hold(30).holdState.value().startedAt.value();
-  EXPECT_LT(std::chrono::abs(std::chrono::system_clock::now() - started), 1min);
+TEST_F(SimulatedReplyTest, ReleaseTakesALeaseOrNone) {
+  hold();
+  EXPECT_FALSE(record<OperationResult>(HelperMethod::release, TextArgument{"OTHER"}).success);
+  EXPECT_TRUE(record<OperationResult>(HelperMethod::release, TextArgument{}).success);
 }
 
-TEST_F(DevelopmentHelperTest, MicrophonesAreMutedAndUnmuted) {
-  const RunningHelper helper(service_.text());
-  ask<OperationResult>(HelperMethod::muteMic);
-  EXPECT_TRUE(ask<HoldState>(HelperMethod::currentState).micMuted);
-  ask<OperationResult>(HelperMethod::unmuteMic);
-  EXPECT_FALSE(ask<HoldState>(HelperMethod::currentState).micMuted);
+TEST_F(SimulatedReplyTest, RestoreIsTheMacs) {
+  hold();
+  EXPECT_TRUE(record<OperationResult>(HelperMethod::restoreAll).success);
+  EXPECT_EQ(mac_.currentState().mode, "idle");
 }
 
-TEST_F(DevelopmentHelperTest, TheOptionsChooseTheCamera) {
-  const RunningHelper helper(service_.text(), {"--kind", "continuity", "--camera-in-use"});
-  const auto detection = ask<DetectionResult>(HelperMethod::detectTargets);
-  const auto& selected = detection.cameras.back();
-  EXPECT_EQ(selected.id, detection.selectedCameraID);
-  EXPECT_EQ(selected.kind, CameraKind::continuity);
-  EXPECT_TRUE(selected.isInUseByAnotherApplication);
+TEST_F(SimulatedReplyTest, MuteAndUnmuteAreTheMacs) {
+  EXPECT_TRUE(record<OperationResult>(HelperMethod::muteMic).holdState.value().micMuted);
+  EXPECT_FALSE(record<OperationResult>(HelperMethod::unmuteMic).holdState.value().micMuted);
 }
 
-TEST_F(DevelopmentHelperTest, EveryMessageIsRecordedBeforeItIsAnswered) {
+TEST_F(SimulatedReplyTest, PresenceBegins) {
+  EXPECT_EQ(reply(HelperMethod::beginPresence), R"({"message":"Presence begun.","success":true})");
+}
+
+TEST_F(SimulatedReplyTest, ItSaysThatItIsInstalled) {
+  EXPECT_EQ(reply(HelperMethod::installStatus), R"({"installed":true,"version":"development"})");
+}
+
+const HelperMessage mute{HelperMethod::muteMic, NoArgument{}};
+
+TEST(DevelopmentHelperTest, AnswersByTheScriptAndElseByTheMac) {
+  DevelopmentHelper helper({}, Script("muteMic: close\n", "s"));
+  EXPECT_EQ(helper.answer(mute), Answer{.ending = Answer::Ending::close});
+  const auto simulated = helper.answer({HelperMethod::unmuteMic, NoArgument{}});
+  EXPECT_TRUE(JSONDecoder{}.decode<OperationResult>(simulated.bytes.view()).success);
+}
+
+TEST(DevelopmentHelperTest, SimulatesTheCameraOfItsOptions) {
+  DevelopmentHelper helper({.cameraInUse = true, .kind = CameraKind::continuity}, Script());
+  const auto answer = helper.answer({HelperMethod::detectTargets, NoArgument{}});
+  const auto camera = JSONDecoder{}.decode<DetectionResult>(answer.bytes.view()).cameras.back();
+  EXPECT_EQ(camera.kind, CameraKind::continuity);
+  EXPECT_TRUE(camera.isInUseByAnotherApplication);
+}
+
+TEST(DevelopmentHelperTest, RecordsAScriptedMessageToo) {
   const TemporaryDirectory directory;
   const auto path = directory.path() + "/record";
-  const RunningHelper helper(service_.text(), {"--record", path});
-  ask<HoldState>(HelperMethod::currentState);
-  EXPECT_EQ(contents(path), "currentState:\tnone\t\n");
-  ask<OperationResult>(HelperMethod::renew, TextArgument{"two\nlines"});
-  ask<OperationResult>(HelperMethod::release, TextArgument{});
-  ask<OperationResult>(HelperMethod::hold, DataArgument{"{\\"});
-  EXPECT_EQ(contents(path),
-            "currentState:\tnone\t\n"
-            "renew:withReply:\ttext\ttwo\\nlines\n"
-            "release:withReply:\tabsent\t\n"
-            "hold:withReply:\tdata\t{\\\\\n");
+  DevelopmentHelper helper({.recordPath = path}, Script("muteMic: silent\n", "s"));
+  helper.answer(mute);
+  std::ifstream record(path);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(record), {}), "muteMic:\tnone\t\n");
 }
 
-TEST_F(DevelopmentHelperTest, ARecordThatCannotBeOpenedIsOneLineAndStatus1) {
-  const auto result =
-      runProgram(helperArguments(service_.text(), {"--record", "/nonexistent/record"}));
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_EQ(result.standardOutput, "");
-  EXPECT_EQ(result.standardError,
-            "blindfold-devhelper: cannot record to '/nonexistent/record': "
-            "No such file or directory\n");
-  EXPECT_FALSE(std::filesystem::exists(socketPath()));
-}
-
-TEST_F(DevelopmentHelperTest, ARecordThatIsFullEndsTheHelperWithStatus1) {
-  RunningHelper helper(service_.text(), {"--record", "/dev/full"});
-  RawClient client(service_.text());
-  client.sendMessage(status);
-  EXPECT_EQ(client.receiveToEnd(), "");
-  const auto result = helper.program().wait();
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_EQ(result.standardError,
-            "blindfold-devhelper: cannot record to '/dev/full': No space left on device\n");
-}
-
-TEST_F(DevelopmentHelperTest, ReadyIsAllThatItPrints) {
-  RunningHelper helper(service_.text());
-  ask<HoldState>(HelperMethod::currentState);
-  helper.program().sendSignal(SIGTERM);
-  const auto result = helper.program().wait();
-  EXPECT_EQ(result.standardOutput, "ready\n");
-  EXPECT_EQ(result.standardError, "");
-}
-
-TEST_F(DevelopmentHelperTest, EitherSignalEndsItCleanly) {
-  for (const int signal : {SIGTERM, SIGINT}) {
-    RunningHelper helper(service_.text());
-    RawClient client(service_.text());
-    helper.program().sendSignal(signal);
-    EXPECT_EQ(helper.program().wait().exitStatus, 0);
-    EXPECT_EQ(client.receiveToEnd(), "");
-    EXPECT_FALSE(std::filesystem::exists(socketPath()));
-  }
-}
-
-TEST_F(DevelopmentHelperTest, ASecondStartIsRefusedAndTheFirstGoesOn) {
-  const RunningHelper helper(service_.text());
-  const auto result = runProgram(helperArguments(service_.text(), {}));
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_EQ(result.standardOutput, "");
-  EXPECT_EQ(result.standardError,
-            "blindfold-devhelper: '" + service_.text() + "' is already served\n");
-  EXPECT_EQ(ask<HoldState>(HelperMethod::currentState).mode, "idle");
-}
-
-TEST_F(DevelopmentHelperTest, OfManyStartsAtOnceOneWins) {
-  std::vector<RunningProgram> starts;
-  starts.reserve(20);
-  for (int i = 0; i < 20; ++i) starts.emplace_back(helperArguments(service_.text(), {}));
-  const auto ready = std::count_if(starts.begin(), starts.end(), [](RunningProgram& program) {
-    return program.waitForOutputLine("ready");
-  });
-  EXPECT_EQ(ready, 1);
-  EXPECT_EQ(ask<HoldState>(HelperMethod::currentState).mode, "idle");
-}
-
-TEST_F(DevelopmentHelperTest, AKilledHelperLeavesNothingInTheWayOfTheNext) {
-  {
-    RunningHelper helper(service_.text());
-    helper.program().sendSignal(SIGKILL);
-    helper.program().wait();
-    ASSERT_TRUE(std::filesystem::exists(socketPath()));
-  }
-  const RunningHelper helper(service_.text());
-  EXPECT_EQ(ask<HoldState>(HelperMethod::currentState).mode, "idle");
-}
-
-TEST_F(DevelopmentHelperTest, WhatIsNoSocketIsNotRemoved) {
-  std::filesystem::create_directories(systemDomainDirectory);
-  std::ofstream(socketPath()) << "precious";
-  const auto result = runProgram(helperArguments(service_.text(), {}));
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_EQ(result.standardError, "blindfold-devhelper: '" + socketPath() + "' is in the way\n");
-  EXPECT_EQ(contents(socketPath()), "precious");
-}
-
-TEST_F(DevelopmentHelperTest, EveryUserMayConnect) {
-  const auto oldMask = umask(077);
-  const RunningHelper helper(service_.text());
-  umask(oldMask);
-  EXPECT_EQ(modeOf(socketPath()), 0666);
-}
-
-TEST_F(DevelopmentHelperTest, AnUnknownOptionIsOneLineAndStatus2) {
-  const auto result = runProgram(helperArguments(service_.text(), {"--loud"}));
-  EXPECT_EQ(result.exitStatus, 2);
-  EXPECT_EQ(result.standardOutput, "");
-  EXPECT_EQ(result.standardError, "blindfold-devhelper: unknown option '--loud'\n");
-}
-
-TEST_F(DevelopmentHelperTest, AStandardOutputThatTakesNothingIsOneLineAndStatus1) {
-  for (const OutputTarget& output :
-       {OutputTarget{OutputToPath{"/dev/full"}}, OutputTarget{ClosedOutput{}}}) {
-    const auto result =
-        runProgram(helperArguments(service_.text(), {}), {.standardOutput = output});
-    EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_THAT(result.standardError,
-                testing::StartsWith("blindfold-devhelper: cannot write to standard output: "));
-    EXPECT_FALSE(std::filesystem::exists(socketPath()));
-  }
-}
-
-TEST_F(DevelopmentHelperTest, AClientThatSendsNoFramesIsDroppedAlone) {
-  const RunningHelper helper(service_.text());
-  RawClient wellBehaved(service_.text());
-  const auto request = encodeFrame({FrameKind::request, encodeMessage(status)});
-  const std::vector<std::string> malformed{
-      "GET / HTTP/1.1\r\n\r\n",
-      std::string(64, '\0'),
-      encodeFrame({FrameKind::reply, "{}"}),
-      encodeFrame({FrameKind::request, ""}),
-      encodeFrame({FrameKind::request, "\x04nope"}),
-      request.substr(0, 8) + "\xff\xff\xff\xff",
-  };
-  for (const auto& bytes : malformed) {
-    RawClient client(service_.text());
-    client.send(bytes);
-    EXPECT_EQ(client.receiveToEnd(), "");
-  }
-  wellBehaved.sendMessage(status);
-  EXPECT_TRUE(wellBehaved.receiveFrame());
-}
-
-TEST_F(DevelopmentHelperTest, AMessageMayArriveByteByByte) {
-  const RunningHelper helper(service_.text());
-  RawClient client(service_.text());
-  for (const char byte : encodeFrame({FrameKind::request, encodeMessage(status)})) {
-    ASSERT_TRUE(client.send(std::string(1, byte)));
-  }
-  EXPECT_TRUE(client.receiveFrame());
-}
-
-TEST_F(DevelopmentHelperTest, ThousandsOfMessagesMayArriveAtOnce) {
-  const RunningHelper helper(service_.text());
-  RawClient client(service_.text());
-  constexpr int count = 3000;
-  std::string bytes;
-  for (int i = 0; i < count; ++i) {
-    bytes += encodeFrame({FrameKind::request, encodeMessage(status)});
-  }
-  std::thread sender([&] { client.send(bytes); });
-  int received = 0;
-  while (received < count && client.receiveFrame()) ++received;
-  sender.join();
-  EXPECT_EQ(received, count);
-}
-
-TEST_F(DevelopmentHelperTest, ALargeMessageIsTakenWhole) {
-  const RunningHelper helper(service_.text());
-  const auto result =
-      ask<OperationResult>(HelperMethod::hold, DataArgument{std::string(8'000'000, ' ')});
-  EXPECT_FALSE(result.success);
-}
-
-TEST_F(DevelopmentHelperTest, ClientsBeyondTheLimitWaitForTheirTurn) {
-  const RunningHelper helper(service_.text());
-  // More connections than are served at a time and fewer than may wait to be accepted.
-  std::vector<RawClient> clients;
-  clients.reserve(300);
-  for (int i = 0; i < 300; ++i) clients.emplace_back(service_.text());
-  clients.back().sendMessage(status);
-  EXPECT_TRUE(clients.back().staysQuiet(100ms));
-  clients.erase(clients.begin(), clients.begin() + 100);
-  EXPECT_TRUE(clients.back().receiveFrame());
-}
-
-TEST_F(DevelopmentHelperTest, ManyClientsAreServedAtTheSameTime) {
-  const RunningHelper helper(service_.text());
-  std::vector<RawClient> clients;
-  clients.reserve(64);
-  for (int i = 0; i < 64; ++i) clients.emplace_back(service_.text());
-  for (auto& client : clients) client.sendMessage(status);
-  for (auto& client : clients) EXPECT_TRUE(client.receiveFrame());
+TEST(DevelopmentHelperTest, AMessageThatCannotBeRecordedIsNotAnswered) {
+  DevelopmentHelper helper({.recordPath = "/dev/full"}, Script());
+  EXPECT_THROW(helper.answer(mute), PlatformError);
 }
 
 }  // namespace

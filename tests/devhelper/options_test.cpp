@@ -6,15 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "devhelper/usage_error.h"
-
 namespace blindfold {
 namespace {
 
 std::string refusal(const std::vector<std::string>& arguments) {
   try {
     parseOptions(arguments);
-  } catch (const UsageError& error) {
+  } catch (const OptionError& error) {
     return error.what();
   }
   return "(accepted)";
@@ -31,8 +29,8 @@ TEST(OptionsTest, NoArgumentsServeTheDevelopmentServiceWithAnIdleBuiltInCamera) 
 
 TEST(OptionsTest, EveryOptionIsTaken) {
   const auto options = parseOptions({"--service", "a.b", "--script", "s", "--record", "r",
-                                     "--camera-in-use", "--kind", "continuity"});
-  EXPECT_EQ(options, (Options{"a.b", "s", "r", true, CameraKind::continuity}));
+                                     "--camera-in-use", "--kind", "continuity", "--help"});
+  EXPECT_EQ(options, (Options{"a.b", "s", "r", true, CameraKind::continuity, true}));
 }
 
 TEST(OptionsTest, TheLastOfAnOptionGivenTwiceCounts) {
@@ -71,13 +69,24 @@ TEST(OptionsTest, AnUnknownKindIsRefused) {
   EXPECT_EQ(refusal({"--kind", "builtin"}), "'builtin' is not a kind of camera");
 }
 
-TEST(OptionsTest, ANameThatNoServiceCanHaveIsRefused) {
-  EXPECT_EQ(refusal({"--service", "a/b"}), "'a/b' cannot be the name of a service");
-  EXPECT_EQ(refusal({"--service", ""}), "'' cannot be the name of a service");
-}
-
 TEST(OptionsTest, ARefusalIsOneLineWhateverTheArgument) {
   EXPECT_THAT(refusal({"--a\nb\x1b"}), testing::Not(testing::ContainsRegex("[\n\x1b]")));
+}
+
+TEST(OptionsTest, TheUsageIsOneLineOfEveryOption) {
+  EXPECT_EQ(usageLine(),
+            "usage: blindfold-devhelper [--service NAME] [--script FILE] [--record FILE] "
+            "[--camera-in-use] [--kind builtIn|externalUSB|continuity|unknown] [--help]");
+}
+
+TEST(OptionsTest, TheHelpIsTheUsageAndALineForEachOption) {
+  const std::string help = helpText();
+  EXPECT_THAT(help, testing::StartsWith(usageLine() + "\n\n"));
+  for (const auto* option :
+       {"--service", "--script", "--record", "--camera-in-use", "--kind", "--help"}) {
+    EXPECT_THAT(help, testing::HasSubstr(std::string("\n  ") + option));
+  }
+  EXPECT_THAT(help, testing::HasSubstr(BLINDFOLD_DEVELOPMENT_SERVICE));
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
 #include "devhelper/recorder.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -45,6 +48,34 @@ TEST(RecorderTest, AnEarlierRecordIsAddedTo) {
     Recorder(directory.path() + "/record").append({method, NoArgument{}});
   }
   EXPECT_EQ(contents(directory.path() + "/record"), "muteMic:\tnone\t\nunmuteMic:\tnone\t\n");
+}
+
+TEST(RecorderTest, ALineThatAnEarlierRecordLeftUnfinishedIsEnded) {
+  const TemporaryDirectory directory;
+  const auto path = directory.path() + "/record";
+  std::ofstream(path) << "muteMic:\tnone\t\nhold:withR";
+  Recorder(path).append({HelperMethod::unmuteMic, NoArgument{}});
+  EXPECT_EQ(contents(path), "muteMic:\tnone\t\nhold:withR\nunmuteMic:\tnone\t\n");
+}
+
+TEST(RecorderTest, ALineThatCannotBeFinishedIsRemoved) {
+  const TemporaryDirectory directory;
+  const auto path = directory.path() + "/record";
+  const auto result = runInChild([&] {
+    Recorder recorder(path);
+    recorder.append({HelperMethod::muteMic, NoArgument{}});
+    // The file ends in the middle of the second line, as on a full disk.
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{.rlim_cur = 20, .rlim_max = 20};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    try {
+      recorder.append({HelperMethod::unmuteMic, NoArgument{}});
+    } catch (const PlatformError&) {
+      std::_Exit(7);
+    }
+  });
+  EXPECT_EQ(result.exitStatus, 7);
+  EXPECT_EQ(contents(path), "muteMic:\tnone\t\n");
 }
 
 TEST(RecorderTest, AFileThatCannotBeOpenedIsRefused) {

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <string>
 
-#include "blindfold/platform/linux/frame.h"
-#include "devhelper/usage_error.h"
+#include "blindfold/platform/platform_error.h"
+#include "devhelper/messages.h"
 #include "tests/support/program.h"
 
 namespace blindfold {
@@ -56,15 +56,15 @@ TEST(ScriptTest, EverySelectorOfTheProtocolIsKnown) {
 
 TEST(ScriptTest, DirectivesOfAMethodTakeTurnsAndTheLastOneRepeats) {
   Script script("muteMic: reply a\nunmuteMic: reply x\nmuteMic: reply b\n", "s");
-  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes, "a");
-  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes, "b");
-  EXPECT_EQ(script.next(HelperMethod::unmuteMic).value().bytes, "x");
-  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes, "b");
+  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes.view(), "a");
+  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes.view(), "b");
+  EXPECT_EQ(script.next(HelperMethod::unmuteMic).value().bytes.view(), "x");
+  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes.view(), "b");
 }
 
 TEST(ScriptTest, BlankLinesAndCommentsAreSkipped) {
   Script script("\n  \t\n# hold:withReply: reply no\n  # nor this\nhold:withReply: reply yes", "s");
-  EXPECT_EQ(script.next(HelperMethod::hold).value().bytes, "yes");
+  EXPECT_EQ(script.next(HelperMethod::hold).value().bytes.view(), "yes");
 }
 
 TEST(ScriptTest, AnEmptyScriptIsFine) {
@@ -77,24 +77,24 @@ TEST(ScriptTest, SeveralBlanksMaySeparateWords) {
 }
 
 TEST(ScriptTest, AReplyIsTheRestOfTheLineAfterOneBlank) {
-  EXPECT_EQ(answerOf(R"(reply {"a": 1} # no comment )").bytes, R"({"a": 1} # no comment )");
-  EXPECT_EQ(answerOf("reply  two blanks").bytes, " two blanks");
-  EXPECT_EQ(answerOf("reply\tafter a tab").bytes, "after a tab");
+  EXPECT_EQ(answerOf(R"(reply {"a": 1} # no comment )").bytes.view(), R"({"a": 1} # no comment )");
+  EXPECT_EQ(answerOf("reply  two blanks").bytes.view(), " two blanks");
+  EXPECT_EQ(answerOf("reply\tafter a tab").bytes.view(), "after a tab");
 }
 
 TEST(ScriptTest, AReplyMayBeEmpty) {
-  EXPECT_EQ(answerOf("reply").bytes, "");
-  EXPECT_EQ(answerOf("reply ").bytes, "");
+  EXPECT_EQ(answerOf("reply").bytes.view(), "");
+  EXPECT_EQ(answerOf("reply ").bytes.view(), "");
 }
 
 TEST(ScriptTest, AReplyIsBytesAndNotText) {
   const std::string bytes("\xff\0\r\x01", 4);
-  EXPECT_EQ(answerOf("reply " + bytes).bytes, bytes);
+  EXPECT_EQ(answerOf("reply " + bytes).bytes.view(), bytes);
 }
 
 TEST(ScriptTest, AnErrorCarriesItsText) {
   EXPECT_EQ(answerOf("error The helper is busy."),
-            (Answer{.ending = Answer::Ending::error, .bytes = "The helper is busy."}));
+            (Answer{.ending = Answer::Ending::error, .bytes = Bytes("The helper is busy.")}));
 }
 
 TEST(ScriptTest, SilentAndCloseStandAlone) {
@@ -104,7 +104,7 @@ TEST(ScriptTest, SilentAndCloseStandAlone) {
 
 TEST(ScriptTest, ModifiersNestAroundAReply) {
   EXPECT_EQ(answerOf("delay 0.2 trickle 5 truncate 40 reply {...}"),
-            (Answer{.bytes = "{...}", .delay = 200ms, .truncation = 40, .trickle = 5ms}));
+            (Answer{.bytes = Bytes("{...}"), .delay = 200ms, .truncation = 40, .trickle = 5ms}));
 }
 
 TEST(ScriptTest, ModifiersNestInAnyOrder) {
@@ -167,7 +167,7 @@ TEST(ScriptTest, AReplyFileNeedsAPath) {
 }
 
 TEST(ScriptTest, AReplyThatNoFrameCanCarryIsRefused) {
-  EXPECT_EQ(refusalOf("reply " + std::string(maximumFramePayload + 1, 'x')),
+  EXPECT_EQ(refusalOf("reply " + std::string(maximumAnswerSize + 1, 'x')),
             "that is more than a frame can carry");
 }
 
@@ -197,6 +197,39 @@ TEST(ScriptTest, OperandsThatAreNoNumbersAreRefused) {
   EXPECT_EQ(refusalOf("delay"), "'' is not a usable number of seconds");
   EXPECT_EQ(refusalOf("truncate 1.5 reply"), "'1.5' is not a usable number of bytes");
   EXPECT_EQ(refusalOf("trickle soon reply"), "'soon' is not a usable number of milliseconds");
+}
+
+TEST(ScriptTest, ADelayIsExactToTheNanosecond) {
+  EXPECT_EQ(answerOf("delay 0 silent").delay, 0ns);
+  EXPECT_EQ(answerOf("delay 0.25 silent").delay, 250ms);
+  EXPECT_EQ(answerOf("delay 1.000000001 silent").delay, 1s + 1ns);
+  EXPECT_EQ(answerOf("delay 0.0000000019 silent").delay, 1ns);
+}
+
+TEST(ScriptTest, ADelayMayLackEitherSideOfItsPoint) {
+  EXPECT_EQ(answerOf("delay .5 silent").delay, 500ms);
+  EXPECT_EQ(answerOf("delay 3. silent").delay, 3s);
+}
+
+TEST(ScriptTest, ADelayThatIsNoDecimalNumberIsRefused) {
+  for (const std::string operand : {".", "+1", "-1", "1e3", "1,5", "0x1", "inf", "nan", "1.2.3",
+                                    "1s", "18446744073709551616"}) {
+    EXPECT_EQ(refusalOf("delay " + operand + " silent"),
+              "'" + operand + "' is not a usable number of seconds");
+  }
+}
+
+TEST(ScriptTest, ACountIsDecimalDigitsAndNothingElse) {
+  EXPECT_EQ(answerOf("truncate 007 reply").truncation, 7);
+  for (const std::string operand : {"+1", "-1", "0x1", "1k", "18446744073709551616"}) {
+    EXPECT_EQ(refusalOf("truncate " + operand + " reply"),
+              "'" + operand + "' is not a usable number of bytes");
+  }
+}
+
+TEST(ScriptTest, AnswersShareTheirBytesWithTheScript) {
+  Script script("muteMic: reply a\n", "s");
+  EXPECT_TRUE(script.next(HelperMethod::muteMic).value().bytes.isShared());
 }
 
 TEST(ScriptTest, OperandsReachTheirBoundsAndNoFurther) {
@@ -232,14 +265,14 @@ TEST(ScriptTest, AHundredThousandLinesAreRead) {
   for (int i = 0; i < 100'000; ++i) text += "muteMic: reply " + std::to_string(i) + "\n";
   Script script(text, "s");
   script.next(HelperMethod::muteMic);
-  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes, "1");
+  EXPECT_EQ(script.next(HelperMethod::muteMic).value().bytes.view(), "1");
 }
 
 TEST(ScriptTest, AScriptFileIsReadByItsPath) {
   const TemporaryDirectory directory;
   const auto path = directory.path() + "/script";
   writeFile(path, "muteMic: reply from a file\n");
-  EXPECT_EQ(Script::read(path).next(HelperMethod::muteMic).value().bytes, "from a file");
+  EXPECT_EQ(Script::read(path).next(HelperMethod::muteMic).value().bytes.view(), "from a file");
 }
 
 TEST(ScriptTest, AScriptFileThatCannotBeReadIsRefused) {

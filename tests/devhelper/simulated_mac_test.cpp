@@ -28,8 +28,8 @@ class SimulatedMacTest : public testing::Test {
   }
 
   SimulatedMac makeMac(const SimulatedMacOptions& options = {}) {
-    return {options, [this] { return now_; },
-            [this] { return "L" + std::to_string(++leaseCount_); }};
+    return SimulatedMac(
+        options, [this] { return now_; }, [this] { return "L" + std::to_string(++leaseCount_); });
   }
 
   /// A request that `mac` grants.
@@ -51,6 +51,18 @@ const CameraInfo& selectedCamera(const DetectionResult& detection) {
   return *std::find_if(
       detection.cameras.begin(), detection.cameras.end(),
       [&](const CameraInfo& camera) { return camera.id == detection.selectedCameraID; });
+}
+
+TEST(LeaseIDTest, IsARandomUUIDInUpperCase) {
+  EXPECT_THAT(makeLeaseID(),
+              testing::MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-"
+                                    "[0-9A-F]{12}"));
+}
+
+TEST(LeaseIDTest, NoTwoAreEqual) {
+  std::set<std::string> seen;
+  for (int i = 0; i < 1000; ++i) seen.insert(makeLeaseID());
+  EXPECT_EQ(seen.size(), 1000);
 }
 
 TEST_F(SimulatedMacTest, TheBuiltInCameraIsSelected) {

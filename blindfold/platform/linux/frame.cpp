@@ -85,19 +85,21 @@ MessageArgument decodeArgument(WireArgument kind, std::string_view bytes) {
 
 }  // namespace
 
-Bytes encodeFrame(const Frame& frame) {
-  if (frame.payload.size() > maximumFramePayload) {
-    throw platformError(FrameFault::payloadTooLarge);
-  }
+Bytes encodeFrameHeader(FrameKind kind, std::size_t payloadSize) {
+  if (payloadSize > maximumFramePayload) throw platformError(FrameFault::payloadTooLarge);
   Bytes bytes;
-  bytes.reserve(frameHeaderSize + frame.payload.size());
   bytes += frameMark;
   bytes += frameVersion;
-  bytes += static_cast<char>(frame.kind);
+  bytes += static_cast<char>(kind);
   bytes += reservedBytes;
-  appendLength(bytes, frame.payload.size());
-  bytes += frame.payload;
+  appendLength(bytes, payloadSize);
   return bytes;
+}
+
+Bytes encodeFrame(const Frame& frame) {
+  Bytes bytes = encodeFrameHeader(frame.kind, frame.payload.size());
+  bytes.reserve(frameHeaderSize + frame.payload.size());
+  return bytes += frame.payload;
 }
 
 Bytes encodeMessage(const HelperMessage& message) {

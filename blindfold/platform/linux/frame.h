@@ -27,6 +27,9 @@ struct Frame {
   bool operator==(const Frame&) const = default;
 };
 
+/// The bytes before the payload of a frame. Throws `PlatformError` when the payload is too large.
+Bytes encodeFrameHeader(FrameKind kind, std::size_t payloadSize);
+
 /// The frame's bytes, header included. Throws `PlatformError` when the payload is too large.
 Bytes encodeFrame(const Frame& frame);
 

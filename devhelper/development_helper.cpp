@@ -1,7 +1,11 @@
-#include "devhelper/simulated_helper.h"
+#include "devhelper/development_helper.h"
 
 #include <array>
+#include <cassert>
+#include <cstddef>
 #include <string>
+#include <utility>
+#include <variant>
 
 #include "blindfold/model/json/decoding_error.h"
 #include "blindfold/model/json/json_decoder.h"
@@ -40,7 +44,7 @@ struct MethodDescription {
   Bytes (*reply)(SimulatedMac& mac, const MessageArgument& argument);
 };
 
-/// What answers each method, in the protocol's order.
+/// The replies to the methods, in the protocol's order.
 constexpr std::array<MethodDescription, helperProtocol.size()> methodTable{{
     {HelperMethod::beginPresence, beginPresence},
     {HelperMethod::installStatus, installStatus},
@@ -62,7 +66,21 @@ constexpr std::array<MethodDescription, helperProtocol.size()> methodTable{{
 }  // namespace
 
 Bytes simulatedReply(SimulatedMac& mac, const HelperMessage& message) {
-  return methodTable[static_cast<std::size_t>(message.method)].reply(mac, message.argument);
+  const auto& row = methodTable[static_cast<std::size_t>(message.method)];
+  assert(row.method == message.method);
+  return row.reply(mac, message.argument);
+}
+
+DevelopmentHelper::DevelopmentHelper(const Options& options, Script script)
+    : script_(std::move(script)),
+      mac_(SimulatedMacOptions{.kind = options.kind, .cameraInUse = options.cameraInUse}) {
+  if (options.recordPath) recorder_.emplace(*options.recordPath);
+}
+
+Answer DevelopmentHelper::answer(const HelperMessage& message) {
+  if (recorder_) recorder_->append(message);
+  if (auto scripted = script_.next(message.method)) return std::move(*scripted);
+  return {.ending = Answer::Ending::reply, .bytes = simulatedReply(mac_, message)};
 }
 
 }  // namespace blindfold

@@ -4,35 +4,28 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <optional>
 
 #include "blindfold/platform/linux/event_loop.h"
 #include "blindfold/platform/platform_error.h"
-#include "devhelper/client_connection.h"
-#include "devhelper/recorder.h"
-#include "devhelper/script.h"
-#include "devhelper/service_listener.h"
-#include "devhelper/simulated_mac.h"
+#include "devhelper/development_helper.h"
+#include "devhelper/linux/client_connection.h"
+#include "devhelper/linux/service_listener.h"
 
 namespace blindfold {
 
 /// The most clients that are served at a time; further ones wait until one leaves.
 inline constexpr std::size_t maximumClients = 256;
 
-/// What answers the service's clients: the script where it has a directive, else the Mac.
-struct HelperServiceParts {
-  Script script;
-  SimulatedMac mac;
-  /// Keeps every message before it is answered.
-  std::optional<Recorder> recorder;
-};
+/// The most bytes that all clients' connections may keep, of messages that arrive and of replies
+/// that leave; the client whose bytes would exceed it is dropped.
+inline constexpr std::size_t maximumKeptBytes = std::size_t{256} * 1024 * 1024;
 
 /// Serves clients of a service, each at its own pace, from an event loop.
 class HelperService {
  public:
-  /// Serves from now on; `loop` and `listener` outlive it. Calls `failed` when a message cannot be
-  /// recorded; the client of that message is dropped.
-  HelperService(EventLoop& loop, const ServiceListener& listener, HelperServiceParts parts,
+  /// Serves from now on; `loop`, `listener` and `helper` outlive it. Calls `failed` when a message
+  /// cannot be recorded; the client of that message is dropped.
+  HelperService(EventLoop& loop, const ServiceListener& listener, DevelopmentHelper& helper,
                 std::function<void(const PlatformError&)> failed);
   HelperService(const HelperService&) = delete;
   HelperService& operator=(const HelperService&) = delete;
@@ -49,8 +42,9 @@ class HelperService {
 
   EventLoop& loop_;
   const ServiceListener& listener_;
-  HelperServiceParts parts_;
+  DevelopmentHelper& helper_;
   std::function<void(const PlatformError&)> failed_;
+  ByteBudget budget_{maximumKeptBytes};
   Clients clients_;
   std::shared_ptr<WorkItem> nextAccept_;
 };

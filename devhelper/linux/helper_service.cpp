@@ -1,4 +1,4 @@
-#include "devhelper/helper_service.h"
+#include "devhelper/linux/helper_service.h"
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -6,20 +6,18 @@
 #include <cerrno>
 #include <utility>
 
-#include "devhelper/simulated_helper.h"
-
 namespace blindfold {
 namespace {
 
-/// How long clients wait when there is no room for them, before it is looked for again.
+/// The time between two attempts to accept clients while there is no room for them.
 constexpr double acceptPauseSeconds = 0.02;
 
 }  // namespace
 
 HelperService::HelperService(EventLoop& loop, const ServiceListener& listener,
-                             HelperServiceParts parts,
+                             DevelopmentHelper& helper,
                              std::function<void(const PlatformError&)> failed)
-    : loop_(loop), listener_(listener), parts_(std::move(parts)), failed_(std::move(failed)) {
+    : loop_(loop), listener_(listener), helper_(helper), failed_(std::move(failed)) {
   watchForClients();
 }
 
@@ -54,21 +52,20 @@ void HelperService::pauseAccepting() {
 }
 
 void HelperService::addClient(FileDescriptor socket) {
-  const auto place = clients_.emplace(clients_.end());
-  *place = std::make_unique<ClientConnection>(
-      loop_, std::move(socket), [this](const HelperMessage& message) { return respond(message); },
-      [this, place] { clients_.erase(place); });
+  const auto client = clients_.emplace(clients_.end());
+  *client = std::make_unique<ClientConnection>(
+      loop_, std::move(socket), budget_,
+      [this](const HelperMessage& message) { return respond(message); },
+      [this, client] { clients_.erase(client); });
 }
 
 Answer HelperService::respond(const HelperMessage& message) {
   try {
-    if (parts_.recorder) parts_.recorder->append(message);
+    return helper_.answer(message);
   } catch (const PlatformError& error) {
     failed_(error);
     return {.ending = Answer::Ending::close};
   }
-  if (auto scripted = parts_.script.next(message.method)) return std::move(*scripted);
-  return {.ending = Answer::Ending::reply, .bytes = simulatedReply(parts_.mac, message)};
 }
 
 }  // namespace blindfold
