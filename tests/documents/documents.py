@@ -55,6 +55,7 @@ class Deployment:
         self.directory = pathlib.Path(self._directory.name).resolve()
         self.service = f"test.documents.{os.getpid()}.{next(_counter)}"
         self.helper = None
+        self.variables = {}
         self.bin = self.directory / "bin"
         self.bin.mkdir()
         self._install_tool()
@@ -92,7 +93,8 @@ class Deployment:
     def environment(self):
         inherited = {name: os.environ[name] for name in ("PATH", "TMPDIR") if name in os.environ}
         inherited["PATH"] = f"{self.bin}:{inherited['PATH']}"
-        return inherited | {"HOME": str(self.directory), "LC_ALL": "C.UTF-8", "TERM": "dumb"}
+        own = {"HOME": str(self.directory), "LC_ALL": "C.UTF-8", "TERM": "dumb"}
+        return inherited | own | self.variables
 
     def start_helper(self, *options):
         self.helper = subprocess.Popen(
@@ -148,8 +150,8 @@ def commands_of_session(session):
 
 
 _SESSION_START = r"""
-# run_in_background COMMAND: starts it and shows its first line once it is there.
-in_background() {
+# show_first_line FILE: shows what a command in the background has written, once it is there.
+show_first_line() {
   for ((tries = 0; tries < 100; ++tries)); do
     [ ! -s "$1" ] || break
     sleep 0.05
@@ -163,11 +165,11 @@ def run_session(deployment, commands):
     """Runs the commands in one shell, one after the other; returns the output of each."""
     mark = "== end of command =="
     script = _SESSION_START
-    for index, (command, _) in enumerate(commands):
+    for index, (command, expected) in enumerate(commands):
         background = command.removesuffix("&\n")
-        if background != command:
+        if background != command and expected:
             output = f"background.{index}"
-            script += f"{background} >{output} 2>&1 &\nin_background {output}\n"
+            script += f"{background} >{output} 2>&1 &\nshow_first_line {output}\n"
         else:
             script += f"{{\n{command}}} 2>&1\n"
         script += f"status=$?; echo '{mark}'; (exit $status)\n"
