@@ -6,14 +6,15 @@
 
 namespace blindfold {
 
-/// Any bytes as one line of valid UTF-8 that a terminal shows as it stands: each run of line breaks
-/// becomes one space, other control characters (bidirectional ones and the Unicode line and
-/// paragraph separators included) are written as JSON escapes them (\u001b), and what is not UTF-8
-/// becomes U+FFFD.
+/// Any bytes as one line of valid UTF-8 on which a terminal does not act: each run of CR and LF
+/// becomes one space, a control character other than TAB is written as JSON escapes it (\u001b),
+/// and a byte that is not UTF-8 becomes U+FFFD. All other text stays as it is.
 std::string oneLine(std::string_view bytes);
 
-/// The same, cut to at most `maximumLength` bytes between two characters; what was cut off is
-/// announced by "…" after them. Reads no further than it writes.
+/// The same for a quotation that shows each character: one that leaves no mark (TAB, a space other
+/// than U+0020, a byte-order mark, directional marks and the like) is escaped too. Cut to at most
+/// `maximumLength` bytes between two characters; "…" stands for the rest. Reads no further than it
+/// writes.
 std::string oneLineExcerpt(std::string_view bytes, std::size_t maximumLength);
 
 }  // namespace blindfold

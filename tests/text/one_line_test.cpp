@@ -28,8 +28,8 @@ TEST(OneLineTest, SpacesAreNotJoined) {
 }
 
 TEST(OneLineTest, ControlCharactersAreEscaped) {
-  EXPECT_EQ(oneLine(std::string_view("\0\t\v\f\x1B[2J\x1F", 9)),
-            "\\u0000\\u0009\\u000b\\u000c\\u001b[2J\\u001f");
+  EXPECT_EQ(oneLine(std::string_view("\0\b\v\f\x1B[2J\x1F", 9)),
+            "\\u0000\\u0008\\u000b\\u000c\\u001b[2J\\u001f");
 }
 
 TEST(OneLineTest, DeleteAndC1AreEscaped) {
@@ -37,16 +37,16 @@ TEST(OneLineTest, DeleteAndC1AreEscaped) {
             "\\u007f\\u0080\\u0085\\u009f\xC2\xA0");
 }
 
-TEST(OneLineTest, LineAndParagraphSeparatorsAreEscaped) {
-  EXPECT_EQ(oneLine("\u2027\u2028\u2029"), "\u2027\\u2028\\u2029");
+TEST(OneLineTest, ATabStays) {
+  EXPECT_EQ(oneLine("\ta\t"), "\ta\t");
 }
 
-TEST(OneLineTest, BidirectionalControlsAreEscaped) {
-  EXPECT_EQ(oneLine("\u061C\u200E\u200F"), "\\u061c\\u200e\\u200f");
-  EXPECT_EQ(oneLine("\u202A\u202B\u202C\u202D\u202E\u202F"),
-            "\\u202a\\u202b\\u202c\\u202d\\u202e\u202F");
-  EXPECT_EQ(oneLine("\u2065\u2066\u2067\u2068\u2069\u206A"),
-            "\u2065\\u2066\\u2067\\u2068\\u2069\u206A");
+TEST(OneLineTest, TextThatLeavesNoMarkStays) {
+  for (const std::string text :
+       {"\u061C\u200E\u200F", "\u202A\u202B\u202C\u202D\u202E", "\u2066\u2067\u2068\u2069",
+        "\u2028\u2029", "\uFEFF\u200B\u00AD"}) {
+    EXPECT_EQ(oneLine(text), text);
+  }
 }
 
 TEST(OneLineTest, WhatIsNotUTF8BecomesReplacementCharacters) {
@@ -78,6 +78,20 @@ TEST(OneLineExcerptTest, CutsBetweenCharacters) {
 TEST(OneLineExcerptTest, CutsBetweenEscapes) {
   EXPECT_EQ(oneLineExcerpt("12\x1B", 7), "12…");
   EXPECT_EQ(oneLineExcerpt("12\x1B", 8), "12\\u001b");
+}
+
+TEST(OneLineExcerptTest, CharactersThatLeaveNoMarkAreEscaped) {
+  EXPECT_EQ(oneLineExcerpt("\t\u00A0\uFEFF", 100), "\\u0009\\u00a0\\ufeff");
+  EXPECT_EQ(oneLineExcerpt("\u2027\u2028\u202E\u2030", 100), "\u2027\\u2028\\u202e\u2030");
+  EXPECT_EQ(oneLineExcerpt("\u2010\u2065\u2066\u2070", 100), "\u2010\\u2065\\u2066\u2070");
+}
+
+TEST(OneLineExcerptTest, BeyondTheFirstPlaneAnEscapeIsOfBothSurrogates) {
+  EXPECT_EQ(oneLineExcerpt("\U000E0001\U0001F4F7", 100), "\\udb40\\udc01\U0001F4F7");
+}
+
+TEST(OneLineExcerptTest, AControlCharacterIsEscaped) {
+  EXPECT_EQ(oneLineExcerpt("a\x1F\x7F\xC2\x9F z", 100), "a\\u001f\\u007f\\u009f z");
 }
 
 TEST(OneLineExcerptTest, ARunOfLineBreaksCountsAsOneSpace) {
