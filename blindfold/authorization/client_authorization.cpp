@@ -5,18 +5,10 @@
 #include <vector>
 
 #include "blindfold/authorization/bundle_execution_context.h"
-#include "blindfold/authorization/code_signing_identifiers.h"
 #include "blindfold/authorization/secure_executable_path.h"
 
 namespace blindfold {
 namespace {
-
-std::optional<std::string> teamIdentifierOfCode(const FileURL& url,
-                                                const CodeSigning& codeSigning) {
-  const auto code = codeSigning.createStaticCode(url);
-  if (code == nullptr) return std::nullopt;
-  return codeSigningIdentifiers(*code).teamIdentifier;
-}
 
 std::string_view orEmpty(const std::optional<std::string>& text) {
   return text ? std::string_view(*text) : std::string_view();
@@ -39,7 +31,9 @@ ClientAuthorizationAssessment clientAuthorizationAssessment(const Platform& plat
   const auto helperURL = signingReferenceHelperURL(platform.fileManager, mainBundle, settings);
   const auto identity = currentClientExecutionIdentity(mainBundle, platform.codeSigning);
   const auto expectedTeamIdentifier =
-      helperURL ? teamIdentifierOfCode(*helperURL, platform.codeSigning) : std::nullopt;
+      helperURL ? codeSigningIdentifiers(platform.codeSigning.signingInformation(*helperURL))
+                      .teamIdentifier
+                : std::nullopt;
   return assessClientAuthorization(identity, expectedTeamIdentifier, platform.fileManager,
                                    platform.bundles, settings);
 }

@@ -2,24 +2,28 @@
 
 #include <utility>
 
-#include "blindfold/authorization/code_signing_identifiers.h"
+#include "blindfold/platform/dictionary_value.h"
 
 namespace blindfold {
 namespace {
-
-CodeSigningIdentifiers ownIdentifiers(const CodeSigning& codeSigning) {
-  const auto code = codeSigning.copySelf();
-  if (code == nullptr) return {};
-  const auto staticCode = code->copyStaticCode();
-  if (staticCode == nullptr) return {};
-  return codeSigningIdentifiers(*staticCode);
+/// A copy of the text of `value`; absent when it is absent or not text.
+std::optional<std::string> textIn(const std::optional<DictionaryValue>& value) {
+  const std::string* const text = textOf(value);
+  return text == nullptr ? std::nullopt : std::optional(*text);
 }
-
 }  // namespace
+
+CodeSigningIdentifiers codeSigningIdentifiers(
+    const std::optional<SigningInformation>& information) {
+  if (!information) return {};
+  return {.signingIdentifier = textIn(information->identifier),
+          .teamIdentifier = textIn(information->teamIdentifier)};
+}
 
 ClientExecutionIdentity currentClientExecutionIdentity(const Bundle& bundle,
                                                        const CodeSigning& codeSigning) {
-  auto [signingIdentifier, teamIdentifier] = ownIdentifiers(codeSigning);
+  auto [signingIdentifier, teamIdentifier] =
+      codeSigningIdentifiers(codeSigning.ownSigningInformation());
   const auto executableURL = bundle.executableURL();
   return {
       .signingIdentifier = std::move(signingIdentifier),

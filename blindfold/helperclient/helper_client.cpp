@@ -83,10 +83,7 @@ Task<Reply> HelperClient::request(double timeout, HelperMessage message) {
 
 std::shared_ptr<HelperConnection> HelperClient::makeConnection() const {
   try {
-    auto connection =
-        platform_.helperConnections.makePrivilegedConnection(settings_.helperMachServiceName());
-    connection->setRemoteObjectInterface();
-    return connection;
+    return platform_.helperConnections.makePrivilegedConnection(settings_.helperMachServiceName());
   } catch (const PlatformError&) {
     throw HelperClientError::transport(std::current_exception());
   }

@@ -1,5 +1,6 @@
 #include "blindfold/helperclient/request.h"
 
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -7,6 +8,14 @@ namespace blindfold {
 namespace {
 
 using Case = HelperClientError::Case;
+
+/// `seconds` as a delay of timed work. Negative and not a number are no delay.
+std::chrono::nanoseconds delayOf(double seconds) {
+  const std::chrono::duration<double> delay(seconds);
+  if (!(delay > delay.zero())) return std::chrono::nanoseconds::zero();
+  if (delay >= maximumDelay) return maximumDelay;
+  return std::chrono::ceil<std::chrono::nanoseconds>(delay);
+}
 
 /// Everything from the handlers to the message. Whatever ends the request on the way is an outcome.
 void start(const Platform& platform, HelperConnection& connection,
@@ -18,7 +27,7 @@ void start(const Platform& platform, HelperConnection& connection,
   connection.setInvalidationHandler(unreachable);
   connection.setInterruptionHandler(unreachable);
   connection.resume();
-  SingleOutcome::armTimeLimit(outcome, platform.timedWork, timeLimit);
+  SingleOutcome::armTimeLimit(outcome, platform.timedWork, delayOf(timeLimit));
 
   const auto proxy = connection.remoteObjectProxy([outcome](const PlatformError& error) {
     outcome->complete(HelperClientError::transport(std::make_exception_ptr(error)));

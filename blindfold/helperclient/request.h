@@ -18,7 +18,7 @@ using MessageBody = std::function<void(HelperProxy&, ReplyHandler)>;
 /// from the platform's main loop.
 class Request {
  public:
-  /// `connection` has its remote interface set and has not been resumed; `timeLimit` is in seconds.
+  /// `connection` has not been resumed; `timeLimit` is in seconds.
   Request(const Platform& platform, std::shared_ptr<HelperConnection> connection, double timeLimit,
           MessageBody body);
 

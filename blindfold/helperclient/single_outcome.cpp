@@ -9,15 +9,15 @@ SingleOutcome::SingleOutcome(std::shared_ptr<HelperConnection> connection,
     : connection_(std::move(connection)), tellCaller_(std::move(tellCaller)) {}
 
 void SingleOutcome::armTimeLimit(const std::shared_ptr<SingleOutcome>& self, TimedWorkQueue& queue,
-                                 double seconds) {
-  const auto item = queue.makeWorkItem(
-      [self] { self->complete(HelperClientError(HelperClientError::Case::timeout)); });
-  {
-    const std::lock_guard guard(self->lock_);
-    if (self->finished_) return;
+                                 std::chrono::nanoseconds delay) {
+  const auto item = queue.schedule(
+      delay, [self] { self->complete(HelperClientError(HelperClientError::Case::timeout)); });
+  const std::lock_guard guard(self->lock_);
+  if (self->finished_) {
+    item->cancel();
+  } else {
     self->timeLimit_ = item;
   }
-  queue.schedule(item, seconds);
 }
 
 void SingleOutcome::complete(RequestOutcome outcome) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -28,10 +29,10 @@ class SingleOutcome {
   SingleOutcome(std::shared_ptr<HelperConnection> connection,
                 std::function<void(RequestOutcome)> tellCaller);
 
-  /// From `seconds` from now on the outcome is `timeout`, unless there is one already. `self` is
+  /// From `delay` from now on the outcome is `timeout`, unless there is one already. `self` is
   /// this object: the time limit keeps it alive until the request ends.
   static void armTimeLimit(const std::shared_ptr<SingleOutcome>& self, TimedWorkQueue& queue,
-                           double seconds);
+                           std::chrono::nanoseconds delay);
 
   /// Ends the request with `outcome` if nothing has ended it before, else does nothing.
   void complete(RequestOutcome outcome);

@@ -20,4 +20,9 @@ using ValueArray = std::vector<std::optional<std::string>>;
 /// apart only as far as this program's rules need it. Texts are UTF-8.
 using DictionaryValue = std::variant<OpaqueValue, std::string, ValueArray>;
 
+/// The text of `value`, or null when it is absent or not text. Points into `value`.
+inline const std::string* textOf(const std::optional<DictionaryValue>& value) {
+  return value ? std::get_if<std::string>(&*value) : nullptr;
+}
+
 }  // namespace blindfold

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
 namespace blindfold {
 
-/// Work to be done once, later, unless it is cancelled before.
+/// The longest delay of timed work: a year, far below the range of every platform's clock.
+inline constexpr std::chrono::nanoseconds maximumDelay = std::chrono::hours(24) * 366;
+
+/// Work that runs once, later, unless it is cancelled first.
 class WorkItem {
  public:
   WorkItem() = default;
@@ -13,14 +17,14 @@ class WorkItem {
   WorkItem& operator=(const WorkItem&) = delete;
   virtual ~WorkItem() = default;
 
-  /// Keeps the work from starting, if it has not started yet, and lets go of what it captures.
-  /// Never waits for work that runs already. Any thread may call, more than once, and before the
-  /// item is scheduled: an item that was cancelled first never runs.
+  /// Prevents the work from starting, if it has not started, and destroys what it captures. Does
+  /// not wait for work that is running. Any thread may call, more than once, also after the queue
+  /// is gone.
   virtual void cancel() = 0;
 };
 
 /// A queue that runs work after a delay, on a thread of its own choice and never inside a call of
-/// this class. Delays run on a clock that neither sets nor leaps (POSIX CLOCK_MONOTONIC).
+/// this class. Delays run on a monotonic clock (POSIX CLOCK_MONOTONIC).
 class TimedWorkQueue {
  public:
   TimedWorkQueue() = default;
@@ -28,11 +32,11 @@ class TimedWorkQueue {
   TimedWorkQueue& operator=(const TimedWorkQueue&) = delete;
   virtual ~TimedWorkQueue() = default;
 
-  /// An item for `work`, which must not throw. It does nothing until it is scheduled.
-  virtual std::shared_ptr<WorkItem> makeWorkItem(std::function<void()> work) = 0;
-
-  /// Runs `item`, one of this queue's, once `seconds` from now have passed. Each item once.
-  virtual void schedule(const std::shared_ptr<WorkItem>& item, double seconds) = 0;
+  /// Runs `work`, which is not null and does not throw, once `delay` from now has passed. A
+  /// negative delay is none, and one above `maximumDelay` is `maximumDelay`. The queue keeps the
+  /// work whether or not the caller keeps the item; both destroy it once it has run.
+  virtual std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay,
+                                             std::function<void()> work) = 0;
 };
 
 }  // namespace blindfold

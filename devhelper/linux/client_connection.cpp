@@ -163,8 +163,7 @@ void ClientConnection::watchForHangUp() {
 }
 
 void ClientConnection::after(std::chrono::nanoseconds delay, Step step) {
-  nextStep_ = loop_.makeWorkItem([this, step] { perform(step); });
-  loop_.schedule(nextStep_, std::chrono::duration<double>(delay).count());
+  nextStep_ = loop_.schedule(delay, [this, step] { perform(step); });
 }
 
 void ClientConnection::disconnect() {

@@ -4,13 +4,14 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <chrono>
 #include <utility>
 
 namespace blindfold {
 namespace {
 
 /// The time between two attempts to accept clients while there is no room for them.
-constexpr double acceptPauseSeconds = 0.02;
+constexpr auto acceptPause = std::chrono::milliseconds(20);
 
 }  // namespace
 
@@ -47,8 +48,7 @@ void HelperService::acceptClients() {
 
 void HelperService::pauseAccepting() {
   loop_.unwatch(listener_.descriptor());
-  nextAccept_ = loop_.makeWorkItem([this] { watchForClients(); });
-  loop_.schedule(nextAccept_, acceptPauseSeconds);
+  nextAccept_ = loop_.schedule(acceptPause, [this] { watchForClients(); });
 }
 
 void HelperService::addClient(FileDescriptor socket) {

@@ -99,12 +99,6 @@ TEST(ClientAuthorizationAssessmentTest, EverythingIsReadAnewAtEachCall) {
   EXPECT_EQ(mac.assess().failure, insecureExecutablePath);
 }
 
-TEST(ClientAuthorizationAssessmentTest, TheCodeObjectsAreReleased) {
-  const FakeMac mac;
-  mac.assess();
-  EXPECT_EQ(mac.signing.liveObjects(), 0);
-}
-
 TEST(ClientAuthorizationAssessmentTest, AProgramLikeThisTestIsNoClient) {
   const auto assessment = clientAuthorizationAssessment(currentPlatform(), deploymentSettings());
   EXPECT_EQ(assessment.failure, executablePathMismatch);
@@ -135,14 +129,6 @@ void signAdHoc(FakeMac& mac) {
 }
 
 const Fault faults[] = {
-    {"NoCodeOfItsOwn",
-     [](FakeMac& mac) { mac.signing.hasOwnCode = false; },
-     adHocBundleIdentity,
-     {}},
-    {"NoStaticCodeOfItsOwn",
-     [](FakeMac& mac) { mac.signing.hasOwnStaticCode = false; },
-     adHocBundleIdentity,
-     {}},
     {"NoSigningInformationOfItsOwn",
      [](FakeMac& mac) { mac.signing.ownInformation.reset(); },
      adHocBundleIdentity,
@@ -162,17 +148,10 @@ const Fault faults[] = {
      },
      signingIdentity,
      {}},
-    {"NoStaticCodeOfTheHelper",
-     [](FakeMac& mac) {
-       signByOtherTeam(mac);
-       mac.signing.informationByPath.clear();
-     },
-     signingIdentity,
-     {}},
     {"NoSigningInformationOfTheHelper",
      [](FakeMac& mac) {
        signByOtherTeam(mac);
-       mac.signing.informationByPath[installedHelper].reset();
+       mac.signing.informationByPath.erase(installedHelper);
      },
      signingIdentity,
      {}},

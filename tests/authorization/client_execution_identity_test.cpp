@@ -41,16 +41,6 @@ TEST_F(ClientExecutionIdentityTest, ItIsGatheredFromTheSignatureAndTheBundle) {
   EXPECT_EQ(identity(), whole_);
 }
 
-TEST_F(ClientExecutionIdentityTest, WithoutACodeObjectBothSignatureFieldsAreAbsent) {
-  codeSigning_.hasOwnCode = false;
-  EXPECT_EQ(identity(), withoutSignature_);
-}
-
-TEST_F(ClientExecutionIdentityTest, WithoutStaticCodeBothSignatureFieldsAreAbsent) {
-  codeSigning_.hasOwnStaticCode = false;
-  EXPECT_EQ(identity(), withoutSignature_);
-}
-
 TEST_F(ClientExecutionIdentityTest, WithoutSigningInformationBothSignatureFieldsAreAbsent) {
   codeSigning_.ownInformation = std::nullopt;
   EXPECT_EQ(identity(), withoutSignature_);
@@ -70,17 +60,38 @@ TEST_F(ClientExecutionIdentityTest, ABundleThatReportsNoExecutableLeavesThePathA
   EXPECT_EQ(identity(), expected);
 }
 
-TEST_F(ClientExecutionIdentityTest, TheCodeObjectsAreReleased) {
-  identity();
-  EXPECT_EQ(codeSigning_.liveObjects(), 0);
-}
-
 TEST(ClientExecutionIdentityEqualityTest, AnAbsentTextEqualsOnlyAnAbsentText) {
   EXPECT_NE((ClientExecutionIdentity{.signingIdentifier = "",
                                      .teamIdentifier = {},
                                      .bundleIdentifier = {},
                                      .executablePath = {}}),
             ClientExecutionIdentity{});
+}
+
+TEST(CodeSigningIdentifiersTest, BothTextsAreTakenAsTheyStand) {
+  EXPECT_EQ(
+      codeSigningIdentifiers(SigningInformation{.identifier = " app\n", .teamIdentifier = ""}),
+      (CodeSigningIdentifiers{.signingIdentifier = " app\n", .teamIdentifier = ""}));
+}
+
+TEST(CodeSigningIdentifiersTest, BothAreAbsentWhenThereIsNoInformation) {
+  EXPECT_EQ(codeSigningIdentifiers(std::nullopt), CodeSigningIdentifiers{});
+}
+
+TEST(CodeSigningIdentifiersTest, AMissingValueIsAbsentAndLeavesTheOtherAlone) {
+  EXPECT_EQ(codeSigningIdentifiers(SigningInformation{.identifier = "app", .teamIdentifier = {}}),
+            (CodeSigningIdentifiers{.signingIdentifier = "app", .teamIdentifier = {}}));
+  EXPECT_EQ(codeSigningIdentifiers(SigningInformation{.identifier = {}, .teamIdentifier = "T1"}),
+            (CodeSigningIdentifiers{.signingIdentifier = {}, .teamIdentifier = "T1"}));
+}
+
+TEST(CodeSigningIdentifiersTest, AValueThatIsNoTextIsAbsentAndLeavesTheOtherAlone) {
+  EXPECT_EQ(codeSigningIdentifiers(
+                SigningInformation{.identifier = OpaqueValue(), .teamIdentifier = "T1"}),
+            (CodeSigningIdentifiers{.signingIdentifier = {}, .teamIdentifier = "T1"}));
+  EXPECT_EQ(codeSigningIdentifiers(
+                SigningInformation{.identifier = "app", .teamIdentifier = ValueArray{"T1"}}),
+            (CodeSigningIdentifiers{.signingIdentifier = "app", .teamIdentifier = {}}));
 }
 
 }  // namespace

@@ -75,11 +75,11 @@ TEST_F(HelperClientTest, TheTimeLimitsAreFiveAndTwelveSeconds) {
 TEST_F(HelperClientTest, ARequestTakesItsStepsInOrder) {
   const auto ending = start(client_.currentState());
   connection().reply(idleState);
-  EXPECT_EQ(fake_.log.calls(), (std::vector<std::string>{
-                                   "connect to app.blindfold.helper", "set the remote interface",
-                                   "set the invalidation handler", "set the interruption handler",
-                                   "resume", "schedule the time limit in 5 s", "make the proxy",
-                                   "send currentState:", "cancel the time limit", "invalidate"}));
+  EXPECT_EQ(fake_.log.calls(),
+            (std::vector<std::string>{
+                "connect to app.blindfold.helper", "set the invalidation handler",
+                "set the interruption handler", "resume", "schedule the time limit in 5 s",
+                "make the proxy", "send currentState:", "cancel the time limit", "invalidate"}));
 }
 
 TEST_F(HelperClientTest, WithoutAnInstalledHelperNoConnectionIsMade) {
@@ -225,11 +225,8 @@ TEST_F(HelperClientTest, APlatformThatMakesNoConnectionIsReportedInItsOwnWords) 
 }
 
 TEST_F(HelperClientTest, APlatformThatRefusesAStepIsReportedInItsOwnWordsOnce) {
-  const std::vector<std::string> steps{"set the remote interface",
-                                       "set the invalidation handler",
-                                       "set the interruption handler",
-                                       "resume",
-                                       "make the proxy",
+  const std::vector<std::string> steps{"set the invalidation handler",
+                                       "set the interruption handler", "resume", "make the proxy",
                                        "send currentState:"};
   for (const std::string& step : steps) {
     fake_.connections.prepare = [&](FakeHelperConnection& connection) {
@@ -265,7 +262,24 @@ TEST_F(HelperClientTest, DetectTargetsHandsOutTheReplysBytesUndecoded) {
 
 TEST_F(HelperClientTest, DetectTargetsTakesTheCallersTimeLimit) {
   start(client_.detectTargets(2.5));
-  EXPECT_EQ(fake_.log.calls().at(5), "schedule the time limit in 2.5 s");
+  EXPECT_EQ(fake_.log.calls().at(4), "schedule the time limit in 2.5 s");
+}
+
+TEST_F(HelperClientTest, ATimeLimitThatIsNoPositiveNumberIsNoDelay) {
+  for (const double limit : {0.0, -1.0, -std::numeric_limits<double>::infinity(),
+                             std::numeric_limits<double>::quiet_NaN()}) {
+    fake_.log.clear();
+    start(client_.detectTargets(limit));
+    EXPECT_EQ(fake_.log.calls().at(4), "schedule the time limit in 0 s") << limit;
+  }
+}
+
+TEST_F(HelperClientTest, ATimeLimitWithoutEndIsTheLongestDelay) {
+  for (const double limit : {1e10, 1e300, std::numeric_limits<double>::infinity()}) {
+    fake_.log.clear();
+    start(client_.detectTargets(limit));
+    EXPECT_EQ(fake_.log.calls().at(4), "schedule the time limit in 3.16224e+07 s") << limit;
+  }
 }
 
 TEST_F(HelperClientTest, HoldSendsTheEncodedRequestAsData) {

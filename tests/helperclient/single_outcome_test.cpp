@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <vector>
 
 #include "tests/support/fake_helper_connection.h"
@@ -38,7 +39,7 @@ TEST_F(SingleOutcomeTest, LaterOutcomesAreDropped) {
 }
 
 TEST_F(SingleOutcomeTest, TheTimeLimitIsCancelledThenTheConnectionEndsThenTheCallerIsTold) {
-  SingleOutcome::armTimeLimit(outcome_, timedWork_, 5.0);
+  SingleOutcome::armTimeLimit(outcome_, timedWork_, std::chrono::seconds(5));
   outcome_->complete(Bytes());
   EXPECT_EQ(log_.calls(),
             (std::vector<std::string>{"schedule the time limit in 5 s", "cancel the time limit",
@@ -46,20 +47,23 @@ TEST_F(SingleOutcomeTest, TheTimeLimitIsCancelledThenTheConnectionEndsThenTheCal
 }
 
 TEST_F(SingleOutcomeTest, TheTimeLimitEndsTheRequestWithTimeout) {
-  SingleOutcome::armTimeLimit(outcome_, timedWork_, 5.0);
+  SingleOutcome::armTimeLimit(outcome_, timedWork_, std::chrono::seconds(5));
   timedWork_.elapse();
   ASSERT_EQ(told_.size(), 1U);
   EXPECT_EQ(std::get<HelperClientError>(told_[0]).errorCase(), HelperClientError::Case::timeout);
 }
 
-TEST_F(SingleOutcomeTest, NoTimeLimitIsArmedOnceThereIsAnOutcome) {
+TEST_F(SingleOutcomeTest, ATimeLimitIsCancelledAtOnceWhenThereIsAnOutcome) {
   outcome_->complete(Bytes());
-  SingleOutcome::armTimeLimit(outcome_, timedWork_, 5.0);
-  EXPECT_TRUE(timedWork_.takeScheduled().empty());
+  SingleOutcome::armTimeLimit(outcome_, timedWork_, std::chrono::seconds(5));
+  EXPECT_EQ(log_.calls().back(), "cancel the time limit");
+  const std::weak_ptr<SingleOutcome> observer = outcome_;
+  outcome_.reset();
+  EXPECT_TRUE(observer.expired());
 }
 
 TEST_F(SingleOutcomeTest, AnEndedRequestIsNotKeptAliveByItsTimeLimit) {
-  SingleOutcome::armTimeLimit(outcome_, timedWork_, 5.0);
+  SingleOutcome::armTimeLimit(outcome_, timedWork_, std::chrono::seconds(5));
   const auto items = timedWork_.takeScheduled();
   outcome_->complete(Bytes());
   const std::weak_ptr<SingleOutcome> observer = outcome_;

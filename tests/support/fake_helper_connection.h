@@ -29,8 +29,6 @@ class FakeHelperConnection final : public HelperConnection {
 
   // What the tool calls.
 
-  void setRemoteObjectInterface() override { enter("set the remote interface"); }
-
   void setInvalidationHandler(std::function<void()> handler) override {
     enter("set the invalidation handler");
     const std::lock_guard guard(lock_);

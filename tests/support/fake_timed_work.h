@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -42,16 +43,15 @@ class FakeTimedWorkQueue final : public TimedWorkQueue {
 
   explicit FakeTimedWorkQueue(CallLog& log) : log_(log) {}
 
-  std::shared_ptr<WorkItem> makeWorkItem(std::function<void()> work) override {
-    return std::make_shared<Item>(log_, std::move(work));
-  }
-
-  void schedule(const std::shared_ptr<WorkItem>& item, double seconds) override {
+  std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay,
+                                     std::function<void()> work) override {
     std::ostringstream call;
-    call << "schedule the time limit in " << seconds << " s";
+    call << "schedule the time limit in " << std::chrono::duration<double>(delay).count() << " s";
     log_.add(call.str());
+    auto item = std::make_shared<Item>(log_, std::move(work));
     const std::lock_guard guard(lock_);
-    scheduled_.push_back(std::static_pointer_cast<Item>(item));
+    scheduled_.push_back(item);
+    return item;
   }
 
   /// Takes over the items scheduled so far.

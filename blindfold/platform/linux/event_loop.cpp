@@ -3,6 +3,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cassert>
 #include <chrono>
 #include <climits>
 #include <cstddef>
@@ -17,10 +18,7 @@ namespace {
 
 // CLOCK_MONOTONIC.
 using Clock = std::chrono::steady_clock;
-using Seconds = std::chrono::duration<double>;
 using Handler = std::function<void(short)>;
-
-constexpr Seconds maximumDelay = std::chrono::hours(24) * 365 * 100;
 
 class TimedItem;
 
@@ -52,18 +50,11 @@ class TimedItem final : public WorkItem {
     return self;
   }
 
-  bool canBeScheduled() const { return work_ != nullptr && timetable_ == nullptr; }
-
  private:
   std::function<void()> work_;
   Timetable* timetable_ = nullptr;  // while the item waits in it
   Timetable::iterator place_;
 };
-
-Clock::duration delay(double seconds) {
-  if (!(seconds > 0)) return Clock::duration::zero();
-  return std::chrono::ceil<Clock::duration>(std::min(Seconds(seconds), maximumDelay));
-}
 
 // poll's timeout that ends no earlier than `deadline`.
 int millisecondsUntil(Clock::time_point deadline) {
@@ -84,10 +75,11 @@ class EventLoop::State {
 
   void post(std::function<void()> work) { posted_.push_back(std::move(work)); }
 
-  void schedule(const std::shared_ptr<TimedItem>& item, double seconds) {
-    if (!item->canBeScheduled()) return;
-    const auto place = timetable_.emplace(Clock::now() + delay(seconds), item);
-    item->enterTimetable(timetable_, place);
+  std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay, std::function<void()> work) {
+    const auto item = std::make_shared<TimedItem>(std::move(work));
+    const auto bounded = std::clamp(delay, std::chrono::nanoseconds::zero(), maximumDelay);
+    item->enterTimetable(timetable_, timetable_.emplace(Clock::now() + bounded, item));
+    return item;
   }
 
   void watch(int descriptor, short events, Handler handler) {
@@ -180,12 +172,10 @@ void EventLoop::runRound() {
   state_->runPostedWork();
 }
 
-std::shared_ptr<WorkItem> EventLoop::makeWorkItem(std::function<void()> work) {
-  return std::make_shared<TimedItem>(std::move(work));
-}
-
-void EventLoop::schedule(const std::shared_ptr<WorkItem>& item, double seconds) {
-  state_->schedule(std::static_pointer_cast<TimedItem>(item), seconds);
+std::shared_ptr<WorkItem> EventLoop::schedule(std::chrono::nanoseconds delay,
+                                              std::function<void()> work) {
+  assert(work);
+  return state_->schedule(delay, std::move(work));
 }
 
 void EventLoop::watch(int descriptor, short events, std::function<void(short)> handler) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -29,11 +30,8 @@ class EventLoop final : public MainLoop, public TimedWorkQueue {
   /// that arrived before its time limit counts, even when the process was stopped in between.
   void runRound();
 
-  std::shared_ptr<WorkItem> makeWorkItem(std::function<void()> work) override;
-
-  /// Delays are rounded up. One that is negative or not a number is none at all, and one of more
-  /// than a hundred years is a hundred years.
-  void schedule(const std::shared_ptr<WorkItem>& item, double seconds) override;
+  std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay,
+                                     std::function<void()> work) override;
 
   /// Calls `handler` with poll's `revents` whenever `descriptor` is ready for `events` (POLLIN,
   /// POLLOUT) or has failed, until it is unwatched. Watching it again replaces both. The caller

@@ -4,11 +4,13 @@
 
 namespace blindfold {
 
-/// Linux has no code signing as the decision needs it: there is no code object for anything.
+/// Linux has no code signatures of this kind: there is no signing information for anything.
 class LinuxCodeSigning final : public CodeSigning {
  public:
-  std::unique_ptr<Code> copySelf() const override;
-  std::unique_ptr<StaticCode> createStaticCode(const FileURL& url) const override;
+  std::optional<SigningInformation> ownSigningInformation() const override { return std::nullopt; }
+  std::optional<SigningInformation> signingInformation(const FileURL& /*url*/) const override {
+    return std::nullopt;
+  }
 };
 
 }  // namespace blindfold

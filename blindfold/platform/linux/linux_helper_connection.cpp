@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <cassert>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -22,8 +24,8 @@
 namespace blindfold {
 namespace {
 
-// How long to wait before knocking again at a socket whose queue of connections is full.
-constexpr double connectionRetrySeconds = 0.01;
+/// The delay before the next attempt to connect to a socket whose queue of connections is full.
+constexpr auto connectionRetryDelay = std::chrono::milliseconds(10);
 
 constexpr std::size_t receiveBufferSize = std::size_t{64} * 1024;
 
@@ -76,8 +78,6 @@ class LinuxHelperConnection final : public HelperConnection,
   LinuxHelperConnection& operator=(const LinuxHelperConnection&) = delete;
   ~LinuxHelperConnection() override { closeSocket(); }
 
-  void setRemoteObjectInterface() override { hasInterface_ = true; }
-
   void setInvalidationHandler(std::function<void()> handler) override {
     invalidationHandler_ = std::move(handler);
   }
@@ -110,7 +110,6 @@ class LinuxHelperConnection final : public HelperConnection,
   const std::string serviceName_;
   std::function<void()> invalidationHandler_;
   std::function<void()> interruptionHandler_;
-  bool hasInterface_ = false;
   bool isResumed_ = false;
   bool isInvalid_ = false;
   bool hasMessage_ = false;
@@ -152,8 +151,7 @@ void LinuxHelperConnection::connect() {
   const auto* const generic = reinterpret_cast<const sockaddr*>(&*address);
   if (::connect(socket_.get(), generic, sizeof *address) == 0) return startTalking();
   if (!shouldTryAgain(errno)) return becomeInvalid();
-  nextTry_ = loop_.makeWorkItem([this] { connect(); });
-  loop_.schedule(nextTry_, connectionRetrySeconds);
+  nextTry_ = loop_.schedule(connectionRetryDelay, [this] { connect(); });
 }
 
 void LinuxHelperConnection::startTalking() {
@@ -164,7 +162,7 @@ void LinuxHelperConnection::startTalking() {
 
 std::unique_ptr<HelperProxy> LinuxHelperConnection::remoteObjectProxy(
     ProxyErrorHandler errorHandler) {
-  if (!hasInterface_ || !isResumed_) return nullptr;
+  assert(isResumed_);
   return std::make_unique<LinuxHelperProxy>(shared_from_this(), std::move(errorHandler));
 }
 

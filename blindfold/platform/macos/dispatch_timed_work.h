@@ -7,8 +7,8 @@ namespace blindfold {
 /// Dispatch's global queue of quality-of-service class utility.
 class DispatchTimedWorkQueue final : public TimedWorkQueue {
  public:
-  std::shared_ptr<WorkItem> makeWorkItem(std::function<void()> work) override;
-  void schedule(const std::shared_ptr<WorkItem>& item, double seconds) override;
+  std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay,
+                                     std::function<void()> work) override;
 };
 
 }  // namespace blindfold

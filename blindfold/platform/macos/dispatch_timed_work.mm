@@ -2,7 +2,8 @@
 
 #import <dispatch/dispatch.h>
 
-#include <cstdint>
+#include <algorithm>
+#include <cassert>
 #include <utility>
 
 #include "blindfold/platform/macos/droppable_handler.h"
@@ -11,16 +12,6 @@
 namespace blindfold {
 
 namespace {
-
-/// The longest delay: a year, far from where nanoseconds overflow.
-constexpr double longestDelay = 366.0 * 24 * 60 * 60;
-
-/// `seconds` for `dispatch_time`; not a number counts as no delay.
-std::int64_t nanosecondsOf(double seconds) {
-  if (!(seconds > 0)) return 0;
-  const double bounded = seconds < longestDelay ? seconds : longestDelay;
-  return static_cast<std::int64_t>(bounded * static_cast<double>(NSEC_PER_SEC));
-}
 
 /// A block that calls `work`, to be scheduled or cancelled.
 BlockHolder<dispatch_block_t> makeBlock(const std::shared_ptr<DroppableHandler>& work) {
@@ -51,14 +42,14 @@ class DispatchWorkItem final : public WorkItem {
 
 }  // namespace
 
-std::shared_ptr<WorkItem> DispatchTimedWorkQueue::makeWorkItem(std::function<void()> work) {
-  return std::make_shared<DispatchWorkItem>(std::move(work));
-}
-
-void DispatchTimedWorkQueue::schedule(const std::shared_ptr<WorkItem>& item, double seconds) {
-  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, nanosecondsOf(seconds)),
-                 dispatch_get_global_queue(QOS_CLASS_UTILITY, 0),
-                 static_cast<const DispatchWorkItem&>(*item).block());
+std::shared_ptr<WorkItem> DispatchTimedWorkQueue::schedule(std::chrono::nanoseconds delay,
+                                                           std::function<void()> work) {
+  assert(work);
+  const auto item = std::make_shared<DispatchWorkItem>(std::move(work));
+  const auto bounded = std::clamp(delay, std::chrono::nanoseconds::zero(), maximumDelay);
+  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, bounded.count()),
+                 dispatch_get_global_queue(QOS_CLASS_UTILITY, 0), item->block());
+  return item;
 }
 
 }  // namespace blindfold

@@ -7,8 +7,8 @@ namespace blindfold {
 /// The Security framework's code signing.
 class SecurityCodeSigning final : public CodeSigning {
  public:
-  std::unique_ptr<Code> copySelf() const override;
-  std::unique_ptr<StaticCode> createStaticCode(const FileURL& url) const override;
+  std::optional<SigningInformation> ownSigningInformation() const override;
+  std::optional<SigningInformation> signingInformation(const FileURL& url) const override;
 };
 
 }  // namespace blindfold

@@ -3,8 +3,6 @@
 #import <Foundation/Foundation.h>
 #import <Security/Security.h>
 
-#include <utility>
-
 #include "blindfold/platform/macos/conversion.h"
 #include "blindfold/platform/macos/holders.h"
 #include "blindfold/platform/macos/platform_call.h"
@@ -17,65 +15,42 @@ std::optional<DictionaryValue> valueUnder(CFStringRef key, const CFHolder<CFDict
   return dictionaryValueOf((id)CFDictionaryGetValue(from.get(), key));
 }
 
-class SecurityStaticCode final : public StaticCode {
- public:
-  explicit SecurityStaticCode(CFHolder<SecStaticCodeRef> code) : code_(std::move(code)) {}
-
-  std::optional<SigningInformation> copySigningInformation() const override {
-    return askPlatform([&]() -> std::optional<SigningInformation> {
-      CFHolder<CFDictionaryRef> information;
-      const OSStatus status = SecCodeCopySigningInformation(code_.get(), kSecCSSigningInformation,
-                                                            information.receive());
-      if (status != errSecSuccess || !information) return std::nullopt;
-      return SigningInformation{
-          .identifier = valueUnder(kSecCodeInfoIdentifier, information),
-          .teamIdentifier = valueUnder(kSecCodeInfoTeamIdentifier, information),
-      };
-    });
-  }
-
- private:
-  CFHolder<SecStaticCodeRef> code_;
-};
-
-class SecurityCode final : public Code {
- public:
-  explicit SecurityCode(CFHolder<SecCodeRef> code) : code_(std::move(code)) {}
-
-  std::unique_ptr<StaticCode> copyStaticCode() const override {
-    return askPlatform([&]() -> std::unique_ptr<StaticCode> {
-      CFHolder<SecStaticCodeRef> staticCode;
-      const OSStatus status =
-          SecCodeCopyStaticCode(code_.get(), kSecCSDefaultFlags, staticCode.receive());
-      if (status != errSecSuccess || !staticCode) return nullptr;
-      return std::make_unique<SecurityStaticCode>(std::move(staticCode));
-    });
-  }
-
- private:
-  CFHolder<SecCodeRef> code_;
-};
+/// The information of `code`'s signature; `std::nullopt` when the platform refuses or has none.
+std::optional<SigningInformation> informationOf(const CFHolder<SecStaticCodeRef>& code) {
+  CFHolder<CFDictionaryRef> information;
+  const OSStatus status =
+      SecCodeCopySigningInformation(code.get(), kSecCSSigningInformation, information.receive());
+  if (status != errSecSuccess || !information) return std::nullopt;
+  return SigningInformation{
+      .identifier = valueUnder(kSecCodeInfoIdentifier, information),
+      .teamIdentifier = valueUnder(kSecCodeInfoTeamIdentifier, information),
+  };
+}
 
 }  // namespace
 
-std::unique_ptr<Code> SecurityCodeSigning::copySelf() const {
-  return askPlatform([]() -> std::unique_ptr<Code> {
+std::optional<SigningInformation> SecurityCodeSigning::ownSigningInformation() const {
+  return askPlatform([]() -> std::optional<SigningInformation> {
     CFHolder<SecCodeRef> code;
-    const OSStatus status = SecCodeCopySelf(kSecCSDefaultFlags, code.receive());
-    if (status != errSecSuccess || !code) return nullptr;
-    return std::make_unique<SecurityCode>(std::move(code));
+    OSStatus status = SecCodeCopySelf(kSecCSDefaultFlags, code.receive());
+    if (status != errSecSuccess || !code) return std::nullopt;
+    CFHolder<SecStaticCodeRef> staticCode;
+    status = SecCodeCopyStaticCode(code.get(), kSecCSDefaultFlags, staticCode.receive());
+    if (status != errSecSuccess || !staticCode) return std::nullopt;
+    return informationOf(staticCode);
   });
 }
 
-std::unique_ptr<StaticCode> SecurityCodeSigning::createStaticCode(const FileURL& url) const {
-  return askPlatform([&]() -> std::unique_ptr<StaticCode> {
-    NSURL* const place = fileURLOf(url);
-    if (place == nil) return nullptr;
+std::optional<SigningInformation> SecurityCodeSigning::signingInformation(
+    const FileURL& url) const {
+  return askPlatform([&]() -> std::optional<SigningInformation> {
+    NSURL* const file = fileURLOf(url);
+    if (file == nil) return std::nullopt;
     CFHolder<SecStaticCodeRef> code;
     const OSStatus status =
-        SecStaticCodeCreateWithPath((CFURLRef)place, kSecCSDefaultFlags, code.receive());
-    if (status != errSecSuccess || !code) return nullptr;
-    return std::make_unique<SecurityStaticCode>(std::move(code));
+        SecStaticCodeCreateWithPath((CFURLRef)file, kSecCSDefaultFlags, code.receive());
+    if (status != errSecSuccess || !code) return std::nullopt;
+    return informationOf(code);
   });
 }
 

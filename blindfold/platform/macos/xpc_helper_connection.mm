@@ -86,14 +86,6 @@ class XPCHelperConnection final : public HelperConnection {
     invalidateConnection();
   }
 
-  void setRemoteObjectInterface() override {
-    callPlatform([&] {
-      [connection_.get()
-          setRemoteObjectInterface:[NSXPCInterface
-                                       interfaceWithProtocol:@protocol(BlindfoldXPCProtocol)]];
-    });
-  }
-
   void setInvalidationHandler(std::function<void()> handler) override {
     handlers_->invalidation.set(std::move(handler));
     const auto handlers = handlers_;
@@ -147,9 +139,13 @@ class XPCHelperConnection final : public HelperConnection {
 std::shared_ptr<HelperConnection> XPCHelperConnectionProvider::makePrivilegedConnection(
     const std::string& machServiceName) {
   auto connection = callPlatform([&] {
-    return ObjectHolder<NSXPCConnection*>::adopting([[NSXPCConnection alloc]
+    auto made = ObjectHolder<NSXPCConnection*>::adopting([[NSXPCConnection alloc]
         initWithMachServiceName:stringOf(machServiceName)
                         options:NSXPCConnectionPrivileged]);
+    [made.get()
+        setRemoteObjectInterface:[NSXPCInterface
+                                     interfaceWithProtocol:@protocol(BlindfoldXPCProtocol)]];
+    return made;
   });
   if (!connection) throw PlatformError("The connection to the helper could not be made.");
   return std::make_shared<XPCHelperConnection>(std::move(connection));

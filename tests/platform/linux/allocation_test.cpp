@@ -86,7 +86,6 @@ TEST(LinuxHelperConnectionAllocationTest, AReplyIsHandedOverWithoutACopy) {
   EventLoop loop;
   LinuxHelperConnectionProvider provider(loop);
   const auto connection = provider.makePrivilegedConnection(helper.name());
-  connection->setRemoteObjectInterface();
   connection->resume();
   Bytes reply;
   connection->remoteObjectProxy([](const PlatformError&) {})

@@ -5,14 +5,14 @@
 namespace blindfold {
 namespace {
 
-TEST(LinuxCodeSigningTest, ThereIsNoCodeObject) {
+TEST(LinuxCodeSigningTest, TheRunningProgramHasNoSigningInformation) {
   const LinuxCodeSigning codeSigning;
-  EXPECT_EQ(codeSigning.copySelf(), nullptr);
+  EXPECT_EQ(codeSigning.ownSigningInformation(), std::nullopt);
 }
 
-TEST(LinuxCodeSigningTest, ThereIsNoStaticCodeObject) {
+TEST(LinuxCodeSigningTest, AnExecutableHasNoSigningInformation) {
   const LinuxCodeSigning codeSigning;
-  EXPECT_EQ(codeSigning.createStaticCode(FileURL("/proc/self/exe")), nullptr);
+  EXPECT_EQ(codeSigning.signingInformation(FileURL("/proc/self/exe")), std::nullopt);
 }
 
 }  // namespace

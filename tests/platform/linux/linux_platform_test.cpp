@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -17,15 +18,15 @@ TEST(LinuxPlatformTest, EveryFacilityAnswers) {
   const Platform& platform = currentPlatform();
   EXPECT_TRUE(platform.fileManager.isExecutableFile("/proc/self/exe"));
   EXPECT_TRUE(platform.bundles.mainBundle().executableURL());
-  EXPECT_EQ(platform.codeSigning.copySelf(), nullptr);
+  EXPECT_EQ(platform.codeSigning.ownSigningInformation(), std::nullopt);
   EXPECT_NE(platform.helperConnections.makePrivilegedConnection("any"), nullptr);
 }
 
 TEST(LinuxPlatformTest, TimedWorkRunsOnTheMainLoop) {
   const auto exitFromTimedWork = [] {
     const Platform& platform = currentPlatform();
-    const auto item = platform.timedWork.makeWorkItem([] { std::_Exit(3); });
-    platform.mainLoop.post([&] { platform.timedWork.schedule(item, 0.001); });
+    platform.mainLoop.post(
+        [&] { platform.timedWork.schedule(std::chrono::milliseconds(1), [] { std::_Exit(3); }); });
     platform.mainLoop.run();
   };
   EXPECT_EXIT(exitFromTimedWork(), testing::ExitedWithCode(3), "");
@@ -36,7 +37,7 @@ TEST(LinuxPlatformTest, WorkMayEndTheProcessThoughConnectionsAreOpen) {
     const Platform& platform = currentPlatform();
     const auto connection = platform.helperConnections.makePrivilegedConnection("nobody");
     connection->resume();
-    platform.timedWork.schedule(platform.timedWork.makeWorkItem([connection] {}), 5);
+    platform.timedWork.schedule(std::chrono::seconds(5), [connection] {});
     platform.mainLoop.post([connection] { exit(4); });
     platform.mainLoop.run();
   };

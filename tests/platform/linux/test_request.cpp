@@ -11,7 +11,6 @@ constexpr auto ampleTime = std::chrono::seconds(20);
 
 TestRequest::TestRequest(const std::string& serviceName)
     : connection_(provider_.makePrivilegedConnection(serviceName)) {
-  connection_->setRemoteObjectInterface();
   connection_->setInvalidationHandler([this] { hear("invalidated"); });
   connection_->setInterruptionHandler([this] { hear("interrupted"); });
 }
@@ -43,8 +42,7 @@ void TestRequest::invalidate() {
 
 std::vector<std::string> TestRequest::outcome(std::size_t count) {
   bool isOver = false;
-  const auto limit = loop_.makeWorkItem([&] { isOver = true; });
-  loop_.schedule(limit, std::chrono::duration<double>(ampleTime).count());
+  const auto limit = loop_.schedule(ampleTime, [&] { isOver = true; });
   while (heard_.size() < count && !isOver) loop_.runRound();
   limit->cancel();
   return heard_;
@@ -52,8 +50,7 @@ std::vector<std::string> TestRequest::outcome(std::size_t count) {
 
 std::vector<std::string> TestRequest::heardWithin(std::chrono::milliseconds time) {
   bool isOver = false;
-  const auto end = loop_.makeWorkItem([&] { isOver = true; });
-  loop_.schedule(end, std::chrono::duration<double>(time).count());
+  loop_.schedule(time, [&] { isOver = true; });
   while (!isOver) loop_.runRound();
   return heard_;
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "blindfold/platform/platform.h"
 
 namespace blindfold {
@@ -13,7 +15,7 @@ TEST(MacOSPlatformTest, AnswersThroughEveryMember) {
   const Platform& platform = currentPlatform();
   EXPECT_TRUE(platform.fileManager.isExecutableFile("/"));
   EXPECT_TRUE(platform.bundles.mainBundle().executableURL().has_value());
-  EXPECT_NE(platform.timedWork.makeWorkItem([] {}), nullptr);
+  EXPECT_NE(platform.timedWork.schedule(std::chrono::hours(1), [] {}), nullptr);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <semaphore>
 
@@ -21,18 +22,16 @@ struct Request {
   std::binary_semaphore replied{0};
 };
 
-/// One whole request with a reply, a time limit of `seconds` and every handler holding the request.
+/// One whole request with a reply, a time limit and every handler holding the request.
 void runRequest(XPCHelperConnectionProvider& provider, DispatchTimedWorkQueue& queue,
-                double seconds) {
+                std::chrono::nanoseconds timeLimit) {
   const auto request = std::make_shared<Request>();
   request->connection = provider.makePrivilegedConnection("app.example.service");
   HelperConnection& connection = *request->connection;
-  connection.setRemoteObjectInterface();
   connection.setInvalidationHandler([request] {});
   connection.setInterruptionHandler([request] {});
   connection.resume();
-  request->timeLimit = queue.makeWorkItem([request] {});
-  queue.schedule(request->timeLimit, seconds);
+  request->timeLimit = queue.schedule(timeLimit, [request] {});
   connection.remoteObjectProxy([request](const PlatformError&) {})
       ->send({HelperMethod::hold, DataArgument{"{}"}},
              [request](const Bytes&) { request->replied.release(); });
@@ -53,13 +52,13 @@ TEST(RequestGrowthTest, TenThousandRequestsLeaveNoObjectAndNoBlockBehind) {
   countObjects();
   const long blocks = liveBlocks();
   InProcessService::useEveryThread();
-  runRequest(provider, queue, 0.01);
+  runRequest(provider, queue, std::chrono::milliseconds(10));
   ASSERT_TRUE(comesTrue([&] { return liveBlocks() <= blocks; }));
   const int objects = liveObjects();
 
   for (int i = 0; i < requests; ++i) {
     InProcessService::shared().reset();
-    runRequest(provider, queue, 0.01);
+    runRequest(provider, queue, std::chrono::milliseconds(10));
   }
 
   EXPECT_TRUE(noMoreThan(objects, blocks))

@@ -16,84 +16,74 @@ class SecurityCodeSigningTest : public testing::Test {
   /// Every object that was handed out has been given back.
   void TearDown() override { EXPECT_EQ(SecurityStandIn::liveObjects(), 0); }
 
-  std::optional<SigningInformation> ownInformation() {
-    const auto code = codeSigning_.copySelf();
-    const auto staticCode = code == nullptr ? nullptr : code->copyStaticCode();
-    return staticCode == nullptr ? std::nullopt : staticCode->copySigningInformation();
-  }
-
   SecurityCodeSigning codeSigning_;
   SecurityStandIn& security_ = SecurityStandIn::shared();
 };
 
 TEST_F(SecurityCodeSigningTest, ReadsBothIdentifiersOfTheRunningCode) {
-  EXPECT_EQ(ownInformation(), (SigningInformation{"app.blindfold.mac", "T1"}));
+  EXPECT_EQ(codeSigning_.ownSigningInformation(), (SigningInformation{"app.blindfold.mac", "T1"}));
 }
 
 TEST_F(SecurityCodeSigningTest, AsksForTheSigningInformation) {
-  ownInformation();
+  codeSigning_.ownSigningInformation();
   EXPECT_EQ(security_.informationFlags, 2U);
 }
 
-TEST_F(SecurityCodeSigningTest, MakesTheStaticCodeOfAPath) {
-  const auto code = codeSigning_.createStaticCode(FileURL("/Library/Tools/h\u00e9lper"));
-  ASSERT_NE(code, nullptr);
+TEST_F(SecurityCodeSigningTest, ReadsBothIdentifiersOfAnExecutable) {
+  EXPECT_EQ(codeSigning_.signingInformation(FileURL("/Library/Tools/h\u00e9lper")),
+            (SigningInformation{"app.blindfold.mac", "T1"}));
   EXPECT_EQ(security_.staticCodePath, "/Library/Tools/h\u00e9lper");
-  EXPECT_EQ(code->copySigningInformation(), (SigningInformation{"app.blindfold.mac", "T1"}));
 }
 
 TEST_F(SecurityCodeSigningTest, LeavesOutAValueThatIsMissing) {
   security_.teamIdentifier = SecurityStandIn::Value::missing;
-  EXPECT_EQ(ownInformation(), (SigningInformation{"app.blindfold.mac", std::nullopt}));
+  EXPECT_EQ(codeSigning_.ownSigningInformation(),
+            (SigningInformation{"app.blindfold.mac", std::nullopt}));
 }
 
 TEST_F(SecurityCodeSigningTest, TellsAValueThatIsNotTextFromOneThatIsMissing) {
   security_.identifier = SecurityStandIn::Value::number;
-  EXPECT_EQ(ownInformation(), (SigningInformation{OpaqueValue{}, "T1"}));
+  EXPECT_EQ(codeSigning_.ownSigningInformation(), (SigningInformation{OpaqueValue{}, "T1"}));
 }
 
 TEST_F(SecurityCodeSigningTest, KeepsEmptyTexts) {
   security_.identifierText = "";
   security_.teamIdentifierText = "";
-  EXPECT_EQ(ownInformation(), (SigningInformation{"", ""}));
+  EXPECT_EQ(codeSigning_.ownSigningInformation(), (SigningInformation{"", ""}));
 }
 
-TEST_F(SecurityCodeSigningTest, HasNoCodeWhenThePlatformRefuses) {
+TEST_F(SecurityCodeSigningTest, HasNoInformationWhenThePlatformRefusesTheRunningCode) {
   security_.hasSelf = false;
-  EXPECT_EQ(codeSigning_.copySelf(), nullptr);
+  EXPECT_EQ(codeSigning_.ownSigningInformation(), std::nullopt);
 }
 
-TEST_F(SecurityCodeSigningTest, HasNoStaticCodeWhenThePlatformRefuses) {
+TEST_F(SecurityCodeSigningTest, HasNoInformationWhenThePlatformRefusesTheStaticCode) {
   security_.hasStaticCode = false;
-  EXPECT_EQ(codeSigning_.copySelf()->copyStaticCode(), nullptr);
-  EXPECT_EQ(codeSigning_.createStaticCode(FileURL("/bin/sh")), nullptr);
+  EXPECT_EQ(codeSigning_.ownSigningInformation(), std::nullopt);
+  EXPECT_EQ(codeSigning_.signingInformation(FileURL("/bin/sh")), std::nullopt);
 }
 
-TEST_F(SecurityCodeSigningTest, HasNoInformationWhenThePlatformRefuses) {
+TEST_F(SecurityCodeSigningTest, HasNoInformationWhenThePlatformRefusesIt) {
   security_.hasInformation = false;
-  EXPECT_EQ(ownInformation(), std::nullopt);
+  EXPECT_EQ(codeSigning_.ownSigningInformation(), std::nullopt);
+  EXPECT_EQ(codeSigning_.signingInformation(FileURL("/bin/sh")), std::nullopt);
 }
 
-TEST_F(SecurityCodeSigningTest, HasNothingWhenThePlatformSucceedsEmptyHanded) {
-  const auto code = codeSigning_.copySelf();
-  const auto staticCode = code->copyStaticCode();
+TEST_F(SecurityCodeSigningTest, HasNoInformationWhenThePlatformSucceedsEmptyHanded) {
   security_.succeedsEmptyHanded = true;
-  EXPECT_EQ(codeSigning_.copySelf(), nullptr);
-  EXPECT_EQ(code->copyStaticCode(), nullptr);
-  EXPECT_EQ(codeSigning_.createStaticCode(FileURL("/bin/sh")), nullptr);
-  EXPECT_EQ(staticCode->copySigningInformation(), std::nullopt);
+  EXPECT_EQ(codeSigning_.ownSigningInformation(), std::nullopt);
+  EXPECT_EQ(codeSigning_.signingInformation(FileURL("/bin/sh")), std::nullopt);
 }
 
-TEST_F(SecurityCodeSigningTest, HasNoStaticCodeForAPathThatNamesNothing) {
-  EXPECT_EQ(codeSigning_.createStaticCode(FileURL(std::string("/bin/sh\0x", 9))), nullptr);
+TEST_F(SecurityCodeSigningTest, HasNoInformationForAPathThatNamesNothing) {
+  EXPECT_EQ(codeSigning_.signingInformation(FileURL(std::string("/bin/sh\0x", 9))), std::nullopt);
   EXPECT_EQ(security_.staticCodePath, std::nullopt);
 }
 
-TEST_F(SecurityCodeSigningTest, AsksAnewEveryTime) {
-  const auto staticCode = codeSigning_.copySelf()->copyStaticCode();
-  staticCode->copySigningInformation();
+TEST_F(SecurityCodeSigningTest, ReadsTheInformationAnewEveryTime) {
+  codeSigning_.ownSigningInformation();
   security_.teamIdentifierText = "T2";
-  EXPECT_EQ(staticCode->copySigningInformation(), (SigningInformation{"app.blindfold.mac", "T2"}));
+  EXPECT_EQ(codeSigning_.ownSigningInformation(), (SigningInformation{"app.blindfold.mac", "T2"}));
 }
 
 }  // namespace

@@ -47,7 +47,6 @@ class XPCHelperConnectionTest : public testing::Test {
   /// A connection whose handlers report to `events`, taken as far as `resume`.
   std::shared_ptr<HelperConnection> open() {
     auto connection = make();
-    connection->setRemoteObjectInterface();
     connection->setInvalidationHandler([events = events_] { events->add("invalidated"); });
     connection->setInterruptionHandler([events = events_] { events->add("interrupted"); });
     connection->resume();
