@@ -2,12 +2,14 @@
 
 #import <Foundation/Foundation.h>
 
-/// Takes the reply's bytes, or nil.
-using BlindfoldReply = void (^)(NSData* reply);
+NS_ASSUME_NONNULL_BEGIN
 
-/// The helper's protocol as the platform's connection needs it: `helperProtocol` in Objective-C.
-/// The connection reads the types of arguments and replies from the metadata that the compiler
-/// makes of this declaration.
+/// Receives the reply's bytes, or nil for a reply without data.
+using BlindfoldReply = void (^)(NSData* _Nullable reply);
+
+/// The protocol that the helper implements, as the compiler and the connection need it; its rows
+/// for the rest of this program are `helperProtocol`. The connection reads the types of arguments
+/// and replies from the metadata of this declaration.
 @protocol BlindfoldXPCProtocol
 
 - (void)beginPresence:(BlindfoldReply)reply;
@@ -15,10 +17,12 @@ using BlindfoldReply = void (^)(NSData* reply);
 - (void)detectTargets:(BlindfoldReply)reply;
 - (void)hold:(NSData*)request withReply:(BlindfoldReply)reply;
 - (void)renew:(NSString*)leaseIdentifier withReply:(BlindfoldReply)reply;
-- (void)release:(NSString*)leaseIdentifier withReply:(BlindfoldReply)reply;
+- (void)release:(nullable NSString*)leaseIdentifier withReply:(BlindfoldReply)reply;
 - (void)restoreAll:(BlindfoldReply)reply;
 - (void)muteMic:(BlindfoldReply)reply;
 - (void)unmuteMic:(BlindfoldReply)reply;
 - (void)currentState:(BlindfoldReply)reply;
 
 @end
+
+NS_ASSUME_NONNULL_END

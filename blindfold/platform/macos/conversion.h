@@ -10,40 +10,40 @@
 #include "blindfold/platform/file_url.h"
 #include "blindfold/platform/helper_connection.h"
 
-// Between this program's values and Foundation's. Objects that are handed out are autoreleased, so
-// that every call stands inside a pool. Any thread may call.
-
 namespace blindfold {
 
-/// The bytes of `data`; none when it is nil.
-Bytes bytesOf(NSData* data);
+// Conversions between this program's values and Foundation's. Returned objects are autoreleased:
+// every call stands inside an autorelease pool. Any thread may call.
+
+/// The bytes of `data`; empty when it is nil.
+Bytes bytesOf(NSData* _Nullable data);
 
 /// The data with these bytes.
-NSData* dataOf(std::string_view bytes);
+NSData* _Nonnull dataOf(std::string_view bytes);
 
 /// The text of `string` in UTF-8; empty when it is nil.
-std::string textOf(NSString* string);
+std::string textOf(NSString* _Nullable string);
 
 /// The string with this UTF-8 text, or nil when it is not UTF-8.
-NSString* stringOf(std::string_view text);
+NSString* _Nullable stringOf(std::string_view text);
 
-/// `value` as far as this program reads it, or nothing when it is nil. An array's elements are
-/// looked at, a dictionary's are not.
-std::optional<DictionaryValue> dictionaryValueOf(id value);
+/// `value` as far as this program reads it, or `std::nullopt` when it is nil. The elements of an
+/// array are converted, those of a dictionary are not.
+std::optional<DictionaryValue> dictionaryValueOf(id _Nullable value);
 
-/// The platform's string for a path of the file system's bytes, or nil when these bytes cannot name
-/// anything.
-NSString* pathStringOf(std::string_view path);
+// Paths are converted as texts, never by `fileSystemRepresentation`, which decomposes characters:
+// "é" of a setting would not be equal to "é" of a path. Foundation itself converts a path where it
+// calls the file system.
 
-/// The file system's bytes for the platform's path, or nothing when there is no path.
-std::optional<std::string> pathOf(NSString* path);
+/// The platform's string for `path`, or nil when its bytes are not UTF-8 or hold a NUL.
+NSString* _Nullable pathStringOf(std::string_view path);
 
-/// The platform's URL for `url`, or nil when its bytes cannot name anything. Foundation's file URLs
-/// say whether they mean a directory.
-NSURL* directoryURLOf(const FileURL& url);
-NSURL* fileURLOf(const FileURL& url);
+/// The platform's URL for `url`, or nil when `pathStringOf` its path is. Foundation's file URLs say
+/// whether they name a directory.
+NSURL* _Nullable directoryURLOf(const FileURL& url);
+NSURL* _Nullable fileURLOf(const FileURL& url);
 
-/// The place that the platform's file URL names, or nothing when it is nil or names none.
-std::optional<FileURL> placeOf(NSURL* url);
+/// The URL for the platform's file URL, or `std::nullopt` when it is nil or has no absolute path.
+std::optional<FileURL> urlOf(NSURL* _Nullable url);
 
 }  // namespace blindfold

@@ -3,9 +3,7 @@
 #include <utility>
 
 namespace blindfold {
-
 namespace {
-
 std::optional<std::string> textIfString(id value) {
   if (![value isKindOfClass:[NSString class]]) return std::nullopt;
   return textOf(static_cast<NSString*>(value));
@@ -21,11 +19,10 @@ ValueArray valueArrayOf(NSArray* array) {
   return values;
 }
 
-NSURL* urlOf(const FileURL& url, BOOL isDirectory) {
+NSURL* platformURLOf(const FileURL& url, BOOL isDirectory) {
   NSString* const path = pathStringOf(url.path());
   return path == nil ? nil : [NSURL fileURLWithPath:path isDirectory:isDirectory];
 }
-
 }  // namespace
 
 Bytes bytesOf(NSData* data) {
@@ -55,29 +52,21 @@ std::optional<DictionaryValue> dictionaryValueOf(id value) {
 }
 
 NSString* pathStringOf(std::string_view path) {
-  if (path.find('\0') != std::string_view::npos) return nil;
-  return [[NSFileManager defaultManager] stringWithFileSystemRepresentation:path.data()
-                                                                     length:path.size()];
-}
-
-std::optional<std::string> pathOf(NSString* path) {
-  if ([path length] == 0) return std::nullopt;
-  const char* const bytes = [path fileSystemRepresentation];
-  return bytes == nullptr ? std::nullopt : std::optional<std::string>(bytes);
+  return path.find('\0') == std::string_view::npos ? stringOf(path) : nil;
 }
 
 NSURL* directoryURLOf(const FileURL& url) {
-  return urlOf(url, YES);
+  return platformURLOf(url, YES);
 }
 
 NSURL* fileURLOf(const FileURL& url) {
-  return urlOf(url, NO);
+  return platformURLOf(url, NO);
 }
 
-std::optional<FileURL> placeOf(NSURL* url) {
-  const std::optional<std::string> path = pathOf([url path]);
-  if (!path || !path->starts_with('/')) return std::nullopt;
-  return FileURL(*path);
+std::optional<FileURL> urlOf(NSURL* url) {
+  const std::string path = textOf([url path]);
+  if (!path.starts_with('/')) return std::nullopt;
+  return FileURL(path);
 }
 
 }  // namespace blindfold

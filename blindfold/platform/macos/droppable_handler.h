@@ -6,13 +6,15 @@
 
 namespace blindfold {
 
-/// A handler that blocks may share: any thread may call it while another lets go of it. What it
-/// captures goes away with it, however long the platform keeps the blocks.
+/// A handler that is shared with blocks of the platform's and destroyed before them: `drop`
+/// releases what it captures, however long the platform keeps the blocks. Any thread may call every
+/// operation, several at once; no handler runs or is destroyed under the lock.
 class DroppableHandler {
  public:
+  /// Replaces the handler, which may be null.
   void set(std::function<void()> handler) { replaceWith(std::move(handler)); }
 
-  /// Lets go of the handler. A call of it that is under way ends in its own time.
+  /// Destroys the handler. A call that is in progress keeps its own copy until it returns.
   void drop() { replaceWith(nullptr); }
 
   /// Calls the handler, if there is one.
@@ -20,7 +22,7 @@ class DroppableHandler {
     if (const auto handler = copy()) handler();
   }
 
-  /// Lets go of the handler and calls it, if there is one: of several calls at once, one does.
+  /// Drops the handler and calls it, if there is one: of several calls at once, one calls it.
   void callOnce() {
     if (const auto handler = replaceWith(nullptr)) handler();
   }

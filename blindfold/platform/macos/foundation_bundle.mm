@@ -1,20 +1,17 @@
-#include "blindfold/platform/macos/foundation_bundle.h"
-
 #import <Foundation/Foundation.h>
 
 #include <utility>
 
 #include "blindfold/platform/macos/conversion.h"
-#include "blindfold/platform/macos/holders.h"
+#include "blindfold/platform/macos/macos_platform.h"
 #include "blindfold/platform/macos/platform_call.h"
+#include "blindfold/platform/macos/scoped_reference.h"
 
 namespace blindfold {
-
 namespace {
-
 class FoundationBundle final : public Bundle {
  public:
-  explicit FoundationBundle(ObjectHolder<NSBundle*> bundle) : bundle_(std::move(bundle)) {}
+  explicit FoundationBundle(ObjectReference<NSBundle*> bundle) : bundle_(std::move(bundle)) {}
 
   std::optional<DictionaryValue> objectForInfoDictionaryKey(std::string_view key) const override {
     return askPlatform([&]() -> std::optional<DictionaryValue> {
@@ -25,8 +22,8 @@ class FoundationBundle final : public Bundle {
   }
 
   FileURL bundleURL() const override {
-    const auto place = askPlatform([&] { return placeOf([bundle_.get() bundleURL]); });
-    return place.value_or(FileURL("/"));
+    const auto url = askPlatform([&] { return urlOf([bundle_.get() bundleURL]); });
+    return url.value_or(FileURL("/"));
   }
 
   std::optional<std::string> bundleIdentifier() const override {
@@ -38,26 +35,25 @@ class FoundationBundle final : public Bundle {
   }
 
   std::optional<FileURL> executableURL() const override {
-    return askPlatform([&] { return placeOf([bundle_.get() executableURL]); });
+    return askPlatform([&] { return urlOf([bundle_.get() executableURL]); });
   }
 
  private:
-  ObjectHolder<NSBundle*> bundle_;
+  ObjectReference<NSBundle*> bundle_;
 };
-
 }  // namespace
 
 FoundationBundleProvider::FoundationBundleProvider()
     : mainBundle_(askPlatform([]() -> std::unique_ptr<Bundle> {
         return std::make_unique<FoundationBundle>(
-            ObjectHolder<NSBundle*>::retaining([NSBundle mainBundle]));
+            ObjectReference<NSBundle*>::retaining([NSBundle mainBundle]));
       })) {}
 
 std::unique_ptr<Bundle> FoundationBundleProvider::bundleWithURL(const FileURL& url) const {
   return askPlatform([&]() -> std::unique_ptr<Bundle> {
-    NSURL* const place = directoryURLOf(url);
-    if (place == nil) return nullptr;
-    auto bundle = ObjectHolder<NSBundle*>::adopting([[NSBundle alloc] initWithURL:place]);
+    NSURL* const directory = directoryURLOf(url);
+    if (directory == nil) return nullptr;
+    auto bundle = ObjectReference<NSBundle*>::adopting([[NSBundle alloc] initWithURL:directory]);
     if (!bundle) return nullptr;
     return std::make_unique<FoundationBundle>(std::move(bundle));
   });

@@ -1,14 +1,11 @@
-#include "blindfold/platform/macos/foundation_file_manager.h"
-
 #import <Foundation/Foundation.h>
 
 #include "blindfold/platform/macos/conversion.h"
+#include "blindfold/platform/macos/macos_platform.h"
 #include "blindfold/platform/macos/platform_call.h"
 
 namespace blindfold {
-
 namespace {
-
 std::optional<FileType> fileTypeOf(id type) {
   if (![type isKindOfClass:[NSString class]]) return std::nullopt;
   if ([type isEqual:NSFileTypeRegular]) return FileType::regular;
@@ -21,7 +18,6 @@ std::optional<std::uint64_t> permissionsOf(id permissions) {
   if (![permissions isKindOfClass:[NSNumber class]]) return std::nullopt;
   return [static_cast<NSNumber*>(permissions) unsignedLongLongValue];
 }
-
 }  // namespace
 
 bool FoundationFileManager::isExecutableFile(const std::string& path) const {
@@ -47,9 +43,9 @@ std::optional<FileAttributes> FoundationFileManager::attributesOfItem(
 }
 
 std::string FoundationFileManager::currentDirectoryPath() const {
-  const auto path =
-      askPlatform([] { return pathOf([[NSFileManager defaultManager] currentDirectoryPath]); });
-  return path.value_or("/");
+  const std::string path =
+      askPlatform([] { return textOf([[NSFileManager defaultManager] currentDirectoryPath]); });
+  return path.starts_with('/') ? path : "/";
 }
 
 }  // namespace blindfold

@@ -1,19 +1,10 @@
-#include "blindfold/platform/platform.h"
+#include "blindfold/platform/macos/macos_platform.h"
 
 #include <cstddef>
 #include <memory>
 
-#include "blindfold/platform/macos/dispatch_main_loop.h"
-#include "blindfold/platform/macos/dispatch_timed_work.h"
-#include "blindfold/platform/macos/foundation_bundle.h"
-#include "blindfold/platform/macos/foundation_file_manager.h"
-#include "blindfold/platform/macos/security_code_signing.h"
-#include "blindfold/platform/macos/xpc_helper_connection.h"
-
 namespace blindfold {
-
 namespace {
-
 struct MacPlatform {
   FoundationFileManager fileManager;
   FoundationBundleProvider bundles;
@@ -23,7 +14,6 @@ struct MacPlatform {
   DispatchTimedWorkQueue timedWork;
   Platform platform{fileManager, bundles, codeSigning, helperConnections, mainLoop, timedWork};
 };
-
 }  // namespace
 
 const Platform& currentPlatform() {

@@ -4,17 +4,21 @@
 
 #include <string>
 
+#include "blindfold/platform/macos/conversion.h"
 #include "blindfold/platform/platform_error.h"
 
 namespace blindfold {
 
-/// What an Objective-C exception says: its reason, or its name when it gives none.
-std::string exceptionDescription(NSException* exception);
+/// The reason of `exception`, or its name when it gives none.
+inline std::string exceptionDescription(NSException* exception) {
+  NSString* const reason = [exception reason];
+  return textOf(reason != nil ? reason : [exception name]);
+}
 
-/// Does `body`, a few calls into the platform, in an autorelease pool of its own and returns what
-/// it returns. An Objective-C exception ends here and is thrown on as a `PlatformError`. `body`
-/// itself throws no C++ exception.
-template <typename Body>
+/// Runs `body`, a few calls into the platform, in an autorelease pool of its own and returns its
+/// result. Throws `PlatformError` in place of an Objective-C exception. `body` itself throws no C++
+/// exception.
+template <class Body>
 auto callPlatform(const Body& body) {
   std::string description;
   @autoreleasepool {
@@ -27,9 +31,9 @@ auto callPlatform(const Body& body) {
   throw PlatformError(description);
 }
 
-/// The same for a question that cannot fail: after an Objective-C exception the answer is the empty
-/// value of its type (nothing, null, false).
-template <typename Body>
+/// The same for a question that cannot fail: an Objective-C exception is answered by the empty
+/// value of the result's type (`std::nullopt`, null, false, empty text).
+template <class Body>
 auto askPlatform(const Body& body) -> decltype(body()) {
   @autoreleasepool {
     @try {

@@ -1,75 +1,88 @@
-#include "blindfold/platform/macos/xpc_helper_connection.h"
-
 #import <Foundation/Foundation.h>
-#import <objc/runtime.h>
 
+#include <cassert>
 #include <utility>
+#include <variant>
 
 #include "blindfold/platform/macos/blindfold_xpc_protocol.h"
 #include "blindfold/platform/macos/conversion.h"
 #include "blindfold/platform/macos/droppable_handler.h"
-#include "blindfold/platform/macos/holders.h"
+#include "blindfold/platform/macos/macos_platform.h"
 #include "blindfold/platform/macos/platform_call.h"
+#include "blindfold/platform/macos/scoped_reference.h"
+#include "blindfold/text/utf8.h"
 
 namespace blindfold {
-
 namespace {
-
 // A block that outlives its call is made in the function whose parameters it captures, never inside
 // a lambda: what a lambda captures by reference, a block inside it would capture by reference too.
 using HandlerBlock = void (^)(void);
 using ErrorBlock = void (^)(NSError*);
 
-/// Calls the method `selector` of `proxy`, which returns nothing, as the compiler calls a method
-/// that it knows: the runtime's answer is the method itself, or what forwards to the helper.
-template <typename... Arguments>
-void sendTyped(id proxy, SEL selector, Arguments... arguments) {
-  using Method = void (*)(id, SEL, Arguments...);
-  const IMP method = class_getMethodImplementation(object_getClass(proxy), selector);
-  reinterpret_cast<Method>(reinterpret_cast<void (*)()>(method))(proxy, selector, arguments...);
+/// The data of a message whose method takes data.
+NSData* dataArgument(const HelperMessage& message) {
+  const auto* argument = std::get_if<DataArgument>(&message.argument);
+  assert(argument != nullptr);
+  return dataOf(argument->bytes);
 }
 
-/// The object that carries `argument`: nil for an absent one, nothing at all for a text that is not
-/// UTF-8.
-std::optional<id> objectOf(const MessageArgument& argument) {
-  if (const auto* data = std::get_if<DataArgument>(&argument)) return dataOf(data->bytes);
-  const auto* text = std::get_if<TextArgument>(&argument);
-  if (text == nullptr || !text->text) return nil;
-  NSString* const string = stringOf(*text->text);
-  return string == nil ? std::nullopt : std::optional<id>(string);
+/// The text of a message whose method takes text, or nil when it is absent.
+NSString* textArgument(const HelperMessage& message) {
+  const auto* argument = std::get_if<TextArgument>(&message.argument);
+  assert(argument != nullptr);
+  return argument->text ? stringOf(*argument->text) : nil;
+}
+
+void sendMessage(id<BlindfoldXPCProtocol> helper, const HelperMessage& message,
+                 BlindfoldReply reply) {
+  switch (message.method) {
+    case HelperMethod::beginPresence:
+      return [helper beginPresence:reply];
+    case HelperMethod::installStatus:
+      return [helper installStatus:reply];
+    case HelperMethod::detectTargets:
+      return [helper detectTargets:reply];
+    case HelperMethod::hold:
+      return [helper hold:dataArgument(message) withReply:reply];
+    case HelperMethod::renew:
+      return [helper renew:textArgument(message) withReply:reply];
+    case HelperMethod::release:
+      return [helper release:textArgument(message) withReply:reply];
+    case HelperMethod::restoreAll:
+      return [helper restoreAll:reply];
+    case HelperMethod::muteMic:
+      return [helper muteMic:reply];
+    case HelperMethod::unmuteMic:
+      return [helper unmuteMic:reply];
+    case HelperMethod::currentState:
+      return [helper currentState:reply];
+  }
 }
 
 class XPCHelperProxy final : public HelperProxy {
  public:
-  XPCHelperProxy(ObjectHolder<NSXPCConnection*> connection, ObjectHolder<id> proxy)
-      : connection_(std::move(connection)), proxy_(std::move(proxy)) {}
+  XPCHelperProxy(ObjectReference<NSXPCConnection*> connection,
+                 ObjectReference<id<BlindfoldXPCProtocol>> helper)
+      : connection_(std::move(connection)), helper_(std::move(helper)) {}
 
   void send(HelperMessage message, ReplyHandler reply) override {
-    const auto block = BlockHolder<BlindfoldReply>::copying(^(NSData* data) {
+    const auto* argument = std::get_if<TextArgument>(&message.argument);
+    if (argument != nullptr && argument->text && !isValidUTF8(*argument->text)) {
+      throw PlatformError("The message's text is not valid UTF-8.");
+    }
+    const auto block = BlockReference<BlindfoldReply>::retaining(^(NSData* data) {
       reply(askPlatform([&] { return bytesOf(data); }));
     });
-    const HelperMethodDescription& method = describe(message.method);
-    const SEL selector = sel_registerName(std::string(method.selector).c_str());
-    const bool sent = callPlatform([&] {
-      const std::optional<id> argument = objectOf(message.argument);
-      if (!argument) return false;
-      if (method.argument == ArgumentKind::none) {
-        sendTyped(proxy_.get(), selector, block.get());
-      } else {
-        sendTyped(proxy_.get(), selector, *argument, block.get());
-      }
-      return true;
-    });
-    if (!sent) throw PlatformError("The message's text is not valid UTF-8.");
+    callPlatform([&] { sendMessage(helper_.get(), message, block.get()); });
   }
 
  private:
-  ObjectHolder<NSXPCConnection*> connection_;
-  ObjectHolder<id> proxy_;
+  ObjectReference<NSXPCConnection*> connection_;
+  ObjectReference<id<BlindfoldXPCProtocol>> helper_;
 };
 
-/// What the blocks of a connection share with it, so that they hold neither the connection nor,
-/// once it has ended, anything of its user's.
+/// What the blocks of a connection share with it: they own neither the connection nor, once it has
+/// ended, anything that its handlers capture.
 struct ConnectionHandlers {
   DroppableHandler invalidation;
   DroppableHandler interruption;
@@ -77,19 +90,31 @@ struct ConnectionHandlers {
 
 class XPCHelperConnection final : public HelperConnection {
  public:
-  explicit XPCHelperConnection(ObjectHolder<NSXPCConnection*> connection)
+  explicit XPCHelperConnection(ObjectReference<NSXPCConnection*> connection)
       : connection_(std::move(connection)) {}
 
+  /// Resumes the connection if nobody has: releasing the last reference to a suspended connection
+  /// aborts the process, invalidated or not.
   ~XPCHelperConnection() override {
     handlers_->invalidation.drop();
     handlers_->interruption.drop();
+    if (!resumed_) askPlatform([&] { [connection_.get() resume]; });
     invalidateConnection();
+  }
+
+  /// Part of making the connection; an exception leaves one that is destroyed like any other.
+  void setRemoteObjectInterface() {
+    callPlatform([&] {
+      [connection_.get()
+          setRemoteObjectInterface:[NSXPCInterface
+                                       interfaceWithProtocol:@protocol(BlindfoldXPCProtocol)]];
+    });
   }
 
   void setInvalidationHandler(std::function<void()> handler) override {
     handlers_->invalidation.set(std::move(handler));
     const auto handlers = handlers_;
-    const auto block = BlockHolder<HandlerBlock>::copying(^{
+    const auto block = BlockReference<HandlerBlock>::retaining(^{
       handlers->invalidation.callOnce();
       handlers->interruption.drop();
     });
@@ -99,7 +124,7 @@ class XPCHelperConnection final : public HelperConnection {
   void setInterruptionHandler(std::function<void()> handler) override {
     handlers_->interruption.set(std::move(handler));
     const auto handlers = handlers_;
-    const auto block = BlockHolder<HandlerBlock>::copying(^{
+    const auto block = BlockReference<HandlerBlock>::retaining(^{
       handlers->interruption.call();
     });
     callPlatform([&] { [connection_.get() setInterruptionHandler:block.get()]; });
@@ -107,10 +132,11 @@ class XPCHelperConnection final : public HelperConnection {
 
   void resume() override {
     callPlatform([&] { [connection_.get() resume]; });
+    resumed_ = true;
   }
 
   std::unique_ptr<HelperProxy> remoteObjectProxy(ProxyErrorHandler errorHandler) override {
-    const auto block = BlockHolder<ErrorBlock>::copying(^(NSError* error) {
+    const auto block = BlockReference<ErrorBlock>::retaining(^(NSError* error) {
       errorHandler(
           PlatformError(askPlatform([&] { return textOf([error localizedDescription]); })));
     });
@@ -118,8 +144,8 @@ class XPCHelperConnection final : public HelperConnection {
       const id proxy = [connection_.get() remoteObjectProxyWithErrorHandler:block.get()];
       if (![proxy conformsToProtocol:@protocol(BlindfoldXPCProtocol)]) return nullptr;
       return std::make_unique<XPCHelperProxy>(
-          ObjectHolder<NSXPCConnection*>::retaining(connection_.get()),
-          ObjectHolder<id>::retaining(proxy));
+          ObjectReference<NSXPCConnection*>::retaining(connection_.get()),
+          ObjectReference<id<BlindfoldXPCProtocol>>::retaining(proxy));
     });
   }
 
@@ -130,25 +156,23 @@ class XPCHelperConnection final : public HelperConnection {
     askPlatform([&] { [connection_.get() invalidate]; });
   }
 
-  ObjectHolder<NSXPCConnection*> connection_;
+  ObjectReference<NSXPCConnection*> connection_;
   std::shared_ptr<ConnectionHandlers> handlers_ = std::make_shared<ConnectionHandlers>();
+  bool resumed_ = false;
 };
-
 }  // namespace
 
 std::shared_ptr<HelperConnection> XPCHelperConnectionProvider::makePrivilegedConnection(
     const std::string& machServiceName) {
-  auto connection = callPlatform([&] {
-    auto made = ObjectHolder<NSXPCConnection*>::adopting([[NSXPCConnection alloc]
+  auto made = callPlatform([&] {
+    return ObjectReference<NSXPCConnection*>::adopting([[NSXPCConnection alloc]
         initWithMachServiceName:stringOf(machServiceName)
                         options:NSXPCConnectionPrivileged]);
-    [made.get()
-        setRemoteObjectInterface:[NSXPCInterface
-                                     interfaceWithProtocol:@protocol(BlindfoldXPCProtocol)]];
-    return made;
   });
-  if (!connection) throw PlatformError("The connection to the helper could not be made.");
-  return std::make_shared<XPCHelperConnection>(std::move(connection));
+  if (!made) throw PlatformError("The connection to the helper could not be made.");
+  auto connection = std::make_shared<XPCHelperConnection>(std::move(made));
+  connection->setRemoteObjectInterface();
+  return connection;
 }
 
 }  // namespace blindfold

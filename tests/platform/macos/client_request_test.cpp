@@ -8,11 +8,8 @@
 #include <vector>
 
 #include "blindfold/helperclient/helper_client.h"
-#include "blindfold/platform/macos/dispatch_timed_work.h"
-#include "blindfold/platform/macos/foundation_bundle.h"
-#include "blindfold/platform/macos/foundation_file_manager.h"
-#include "blindfold/platform/macos/security_code_signing.h"
-#include "blindfold/platform/macos/xpc_helper_connection.h"
+#include "blindfold/platform/macos/macos_platform.h"
+#include "dispatch_stand_in.h"
 #include "events.h"
 #include "in_process_service.h"
 #include "security_stand_in.h"
@@ -152,6 +149,14 @@ TEST_F(ClientRequestTest, ASilentHelperRunsIntoTheTimeLimit) {
   const auto ending = askASilentHelper(0.02);
   finish(*ending);
   EXPECT_EQ(describeFailure(*ending), "Protection service took too long to respond.");
+}
+
+TEST_F(ClientRequestTest, TheTimeLimitRunsFromNowOnTheUtilityQueue) {
+  const auto ending = askASilentHelper(0.25);
+  EXPECT_EQ(DispatchStandIn::lastTime(), (DispatchStandIn::Time{.base = 0, .delta = 250'000'000}));
+  EXPECT_EQ(DispatchStandIn::lastQueue(), (DispatchStandIn::Queue{.identifier = 0x11, .flags = 0}));
+  heldReply_("{}");
+  finish(*ending);
 }
 
 TEST_F(ClientRequestTest, AReplyAfterTheTimeLimitIsDropped) {

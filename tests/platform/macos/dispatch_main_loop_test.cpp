@@ -1,10 +1,10 @@
-#include "blindfold/platform/macos/dispatch_main_loop.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+
+#include "blindfold/platform/macos/macos_platform.h"
 
 namespace blindfold {
 namespace {

@@ -37,7 +37,7 @@ class Events {
 };
 
 /// Waits until `condition` holds. False when that takes too long.
-template <typename Condition>
+template <class Condition>
 bool comesTrue(const Condition& condition) {
   std::mutex mutex;
   std::condition_variable never;

@@ -39,7 +39,8 @@ class InProcessService {
   void setAnswer(std::function<void(HelperMessage, Reply)> answer);
   void setProxyKind(ProxyKind kind);
 
-  /// The platform's method that raises an Objective-C exception, by its selector, with this reason.
+  /// Makes the next call of the platform's method `selector` raise an Objective-C exception with
+  /// this reason.
   void raise(const std::string& selector, const std::string& reason);
 
   /// The last connection made.

@@ -5,6 +5,8 @@
 #import <dispatch/dispatch.h>
 #import <objc/runtime.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <latch>
 #include <map>
 #include <memory>
@@ -35,6 +37,7 @@ class InProcessCalls {
     {
       const std::lock_guard lock(service.mutex_);
       if (service.raisingSelector_ != selector) return;
+      service.raisingSelector_.clear();
       reason = service.raisingReason_;
     }
     [NSException raise:NSInternalInconsistencyException format:@"%s", reason.c_str()];
@@ -49,7 +52,7 @@ class InProcessCalls {
   static void receive(SEL selector, id argument, BlindfoldReply reply);
 
   /// Runs `change` on the state of `connection`, with every other connection's locked out.
-  template <typename Change>
+  template <class Change>
   static auto with(NSXPCConnection* connection, const Change& change) {
     const std::lock_guard lock(state().mutex);
     return change(state().peers[connection]);
@@ -121,7 +124,7 @@ MessageArgument argumentOf(ArgumentKind kind, id argument) {
   return TextArgument{textOf(static_cast<NSString*>(argument))};
 }
 
-template <typename Block>
+template <class Block>
 void releaseIfAny(Block block) {
   if (block != nullptr) Block_release(block);
 }
@@ -274,8 +277,13 @@ void passOnArgument(id, SEL selector, id argument, BlindfoldReply reply) {
   return self;
 }
 
+/// Aborts the process as the system does when the last reference to a suspended connection goes.
 - (void)dealloc {
   const Peer peer = InProcessCalls::remove(self);
+  if (!peer.connection.resumed) {
+    std::fputs("The last reference to a suspended connection was released.\n", stderr);
+    std::abort();
+  }
   blindfold::releaseIfAny(peer.invalidation);
   blindfold::releaseIfAny(peer.interruption);
   blindfold::releaseIfAny(peer.proxyError);
@@ -305,8 +313,10 @@ void passOnArgument(id, SEL selector, id argument, BlindfoldReply reply) {
 /// A started connection keeps itself alive until it is invalid.
 - (void)resume {
   InProcessCalls::mayRaise(sel_getName(_cmd));
-  [self retain];
-  InProcessCalls::with(self, [](Peer& peer) { peer.connection.resumed = true; });
+  InProcessCalls::with(self, [&](Peer& peer) {
+    peer.connection.resumed = true;
+    if (!peer.connection.invalidated) [self retain];
+  });
 }
 
 - (id)remoteObjectProxyWithErrorHandler:(ErrorHandler)handler {

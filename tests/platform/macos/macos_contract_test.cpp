@@ -1,5 +1,4 @@
-#include "blindfold/platform/macos/foundation_bundle.h"
-#include "blindfold/platform/macos/foundation_file_manager.h"
+#include "blindfold/platform/macos/macos_platform.h"
 #include "tests/platform/contract/bundle_contract.h"
 #include "tests/platform/contract/file_manager_contract.h"
 

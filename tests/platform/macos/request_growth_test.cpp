@@ -4,8 +4,7 @@
 #include <memory>
 #include <semaphore>
 
-#include "blindfold/platform/macos/dispatch_timed_work.h"
-#include "blindfold/platform/macos/xpc_helper_connection.h"
+#include "blindfold/platform/macos/macos_platform.h"
 #include "events.h"
 #include "in_process_service.h"
 #include "live_objects.h"

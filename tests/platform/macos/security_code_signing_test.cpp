@@ -1,9 +1,8 @@
-#include "blindfold/platform/macos/security_code_signing.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "blindfold/platform/macos/macos_platform.h"
 #include "security_stand_in.h"
 
 namespace blindfold {
@@ -24,8 +23,16 @@ TEST_F(SecurityCodeSigningTest, ReadsBothIdentifiersOfTheRunningCode) {
   EXPECT_EQ(codeSigning_.ownSigningInformation(), (SigningInformation{"app.blindfold.mac", "T1"}));
 }
 
-TEST_F(SecurityCodeSigningTest, AsksForTheSigningInformation) {
+TEST_F(SecurityCodeSigningTest, AsksForTheSigningInformationOfTheRunningCodeWithNoOtherFlag) {
   codeSigning_.ownSigningInformation();
+  EXPECT_EQ(security_.selfFlags, 0U);
+  EXPECT_EQ(security_.staticCodeFlags, 0U);
+  EXPECT_EQ(security_.informationFlags, 2U);
+}
+
+TEST_F(SecurityCodeSigningTest, AsksForTheSigningInformationOfAnExecutableWithNoOtherFlag) {
+  codeSigning_.signingInformation(FileURL("/bin/sh"));
+  EXPECT_EQ(security_.pathFlags, 0U);
   EXPECT_EQ(security_.informationFlags, 2U);
 }
 
@@ -69,10 +76,16 @@ TEST_F(SecurityCodeSigningTest, HasNoInformationWhenThePlatformRefusesIt) {
   EXPECT_EQ(codeSigning_.signingInformation(FileURL("/bin/sh")), std::nullopt);
 }
 
-TEST_F(SecurityCodeSigningTest, HasNoInformationWhenThePlatformSucceedsEmptyHanded) {
-  security_.succeedsEmptyHanded = true;
-  EXPECT_EQ(codeSigning_.ownSigningInformation(), std::nullopt);
-  EXPECT_EQ(codeSigning_.signingInformation(FileURL("/bin/sh")), std::nullopt);
+TEST_F(SecurityCodeSigningTest, HasNoInformationWhenAFunctionSucceedsEmptyHanded) {
+  using Function = SecurityStandIn::Function;
+  for (const Function each : {Function::self, Function::staticCode, Function::information}) {
+    security_.emptyHanded = each;
+    EXPECT_EQ(codeSigning_.ownSigningInformation(), std::nullopt);
+  }
+  for (const Function each : {Function::path, Function::information}) {
+    security_.emptyHanded = each;
+    EXPECT_EQ(codeSigning_.signingInformation(FileURL("/bin/sh")), std::nullopt);
+  }
 }
 
 TEST_F(SecurityCodeSigningTest, HasNoInformationForAPathThatNamesNothing) {

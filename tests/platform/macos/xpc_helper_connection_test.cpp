@@ -1,13 +1,13 @@
-#include "blindfold/platform/macos/xpc_helper_connection.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "blindfold/platform/macos/macos_platform.h"
 #include "blindfold/platform/platform_error.h"
 #include "events.h"
 #include "in_process_service.h"
@@ -21,7 +21,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 /// The description of the `PlatformError` that `call` throws, or a text that says that it does not.
-template <typename Call>
+template <class Call>
 std::string errorOf(const Call& call) {
   try {
     call();
@@ -92,6 +92,18 @@ TEST_F(XPCHelperConnectionTest, IsStartedByResumeOnly) {
   EXPECT_FALSE(InProcessService::lastConnection().resumed);
   connection->resume();
   EXPECT_TRUE(InProcessService::lastConnection().resumed);
+}
+
+TEST_F(XPCHelperConnectionTest, MayBeDroppedBeforeItIsStarted) {
+  make().reset();
+  EXPECT_TRUE(comesTrue([] { return InProcessService::liveConnections() == 0; }));
+}
+
+TEST_F(XPCHelperConnectionTest, MayBeInvalidatedAndDroppedBeforeItIsStarted) {
+  const auto connection = make();
+  connection->setInvalidationHandler([events = events_] { events->add("invalidated"); });
+  connection->invalidate();
+  EXPECT_THAT(events_->waitFor(1), ElementsAre("invalidated"));
 }
 
 TEST_F(XPCHelperConnectionTest, GivesTheReplysBytes) {
@@ -250,7 +262,6 @@ TEST_F(XPCHelperConnectionTest, InvalidateNeverThrows) {
   InProcessService::shared().raise("invalidate", "no");
   connection->invalidate();
   EXPECT_FALSE(InProcessService::lastConnection().invalidated);
-  InProcessService::shared().raise("", "");
 }
 
 /// A platform that raises an exception in one of its methods, the exception's reason.
@@ -275,41 +286,50 @@ TEST_P(RaisingConnectionTest, LeavesNothingBehind) {
   EXPECT_TRUE(comesTrue([&] { return events_.use_count() == 1; }));
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryMethod, RaisingConnectionTest,
-                         testing::Values("initWithMachServiceName:options:",
-                                         "setRemoteObjectInterface:", "setInvalidationHandler:",
-                                         "setInterruptionHandler:", "resume",
-                                         "remoteObjectProxyWithErrorHandler:", "hold:withReply:"));
+INSTANTIATE_TEST_SUITE_P(
+    EveryMethod, RaisingConnectionTest,
+    testing::Values("initWithMachServiceName:options:", "setRemoteObjectInterface:",
+                    "setInvalidationHandler:", "setInterruptionHandler:", "resume",
+                    "remoteObjectProxyWithErrorHandler:", "hold:withReply:"),
+    [](const auto& test) { return std::string(test.param, std::strcspn(test.param, ":")); });
 
-/// Every message that can be sent.
+struct SentMessage {
+  const char* name;
+  HelperMessage message;
+};
+
+/// Every method, with every kind of argument that it may have.
 class SentMessageTest : public XPCHelperConnectionTest,
-                        public testing::WithParamInterface<HelperMessage> {};
+                        public testing::WithParamInterface<SentMessage> {};
 
 TEST_P(SentMessageTest, ReachesTheHelperAsItIs) {
   const auto connection = open();
-  proxyOf(*connection)->send(GetParam(), reply());
+  proxyOf(*connection)->send(GetParam().message, reply());
   EXPECT_THAT(events_->waitFor(1), ElementsAre("reply {}"));
-  EXPECT_THAT(InProcessService::shared().received(), ElementsAre(GetParam()));
+  EXPECT_THAT(InProcessService::shared().received(), ElementsAre(GetParam().message));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EveryMethod, SentMessageTest,
-    testing::Values(HelperMessage{HelperMethod::beginPresence, NoArgument{}},
-                    HelperMessage{HelperMethod::installStatus, NoArgument{}},
-                    HelperMessage{HelperMethod::detectTargets, NoArgument{}},
-                    HelperMessage{HelperMethod::hold, DataArgument{"{\"a\":1}"}},
-                    HelperMessage{HelperMethod::hold, DataArgument{""}},
-                    HelperMessage{HelperMethod::hold, DataArgument{Bytes("\0\xfe", 2)}},
-                    HelperMessage{HelperMethod::renew, TextArgument{"lease"}},
-                    HelperMessage{HelperMethod::renew, TextArgument{""}},
-                    HelperMessage{HelperMethod::renew, TextArgument{"\u00e9\U0001f600"}},
-                    HelperMessage{HelperMethod::renew, TextArgument{std::string("a\0b", 3)}},
-                    HelperMessage{HelperMethod::release, TextArgument{"lease"}},
-                    HelperMessage{HelperMethod::release, TextArgument{std::nullopt}},
-                    HelperMessage{HelperMethod::restoreAll, NoArgument{}},
-                    HelperMessage{HelperMethod::muteMic, NoArgument{}},
-                    HelperMessage{HelperMethod::unmuteMic, NoArgument{}},
-                    HelperMessage{HelperMethod::currentState, NoArgument{}}));
+const SentMessage sentMessages[] = {
+    {"beginPresence", {HelperMethod::beginPresence, NoArgument{}}},
+    {"installStatus", {HelperMethod::installStatus, NoArgument{}}},
+    {"detectTargets", {HelperMethod::detectTargets, NoArgument{}}},
+    {"holdWithJSON", {HelperMethod::hold, DataArgument{"{\"a\":1}"}}},
+    {"holdWithNoBytes", {HelperMethod::hold, DataArgument{""}}},
+    {"holdWithAnyBytes", {HelperMethod::hold, DataArgument{Bytes("\0\xfe", 2)}}},
+    {"renew", {HelperMethod::renew, TextArgument{"lease"}}},
+    {"renewWithEmptyText", {HelperMethod::renew, TextArgument{""}}},
+    {"renewWithAnyText", {HelperMethod::renew, TextArgument{"\u00e9\U0001f600"}}},
+    {"renewWithANUL", {HelperMethod::renew, TextArgument{std::string("a\0b", 3)}}},
+    {"release", {HelperMethod::release, TextArgument{"lease"}}},
+    {"releaseWithoutText", {HelperMethod::release, TextArgument{std::nullopt}}},
+    {"restoreAll", {HelperMethod::restoreAll, NoArgument{}}},
+    {"muteMic", {HelperMethod::muteMic, NoArgument{}}},
+    {"unmuteMic", {HelperMethod::unmuteMic, NoArgument{}}},
+    {"currentState", {HelperMethod::currentState, NoArgument{}}},
+};
+
+INSTANTIATE_TEST_SUITE_P(EveryMethod, SentMessageTest, testing::ValuesIn(sentMessages),
+                         [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace blindfold

@@ -9,6 +9,8 @@
 #include <thread>
 #include <unordered_map>
 
+#include "dispatch_stand_in.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -18,6 +20,10 @@ struct Cancellations {
   std::mutex mutex;
   std::unordered_map<const void*, std::weak_ptr<bool>> flags;
 };
+
+/// Calls of the thread that runs the test.
+thread_local blindfold::DispatchStandIn::Queue recordedQueue;
+thread_local blindfold::DispatchStandIn::Time recordedTime;
 
 /// Never destroyed: the queues' threads use it while the process exits.
 Cancellations& cancellations() {
@@ -70,7 +76,9 @@ dispatch_queue_t dispatch_get_main_queue() {
   return queue;
 }
 
-dispatch_queue_t dispatch_get_global_queue(std::intptr_t, std::uintptr_t) {
+dispatch_queue_t dispatch_get_global_queue(std::intptr_t identifier, std::uintptr_t flags) {
+  recordedQueue.identifier = identifier;
+  recordedQueue.flags = flags;
   static dispatch_queue_t queue = [] {
     const dispatch_queue_t made = std::make_unique<dispatch_queue_s>().release();
     for (int i = 0; i < globalQueueThreads; ++i) std::thread([made] { made->serve(); }).detach();
@@ -83,8 +91,11 @@ void dispatch_async(dispatch_queue_t queue, dispatch_block_t block) {
   queue->add(Clock::now(), block);
 }
 
-dispatch_time_t dispatch_time(dispatch_time_t, std::int64_t nanoseconds) {
-  const auto when = Clock::now() + std::chrono::nanoseconds(nanoseconds);
+dispatch_time_t dispatch_time(dispatch_time_t base, std::int64_t nanoseconds) {
+  recordedTime = {.base = base, .delta = nanoseconds};
+  const auto start =
+      base == DISPATCH_TIME_NOW ? Clock::now() : Clock::time_point(std::chrono::nanoseconds(base));
+  const auto when = start + std::chrono::nanoseconds(nanoseconds);
   return static_cast<dispatch_time_t>(when.time_since_epoch().count());
 }
 
@@ -123,3 +134,15 @@ void dispatch_block_cancel(dispatch_block_t block) {
 void dispatch_main() {
   dispatch_get_main_queue()->serve();
 }
+
+namespace blindfold {
+
+DispatchStandIn::Time DispatchStandIn::lastTime() {
+  return recordedTime;
+}
+
+DispatchStandIn::Queue DispatchStandIn::lastQueue() {
+  return recordedQueue;
+}
+
+}  // namespace blindfold

@@ -13,11 +13,11 @@ namespace {
 std::atomic<int> handedOut{0};
 
 /// Hands out `object`, retained, as a function with "Copy" or "Create" in its name does.
-template <typename Reference>
-OSStatus handOut(bool available, id object, Reference* out) {
+template <class Reference>
+OSStatus handOut(SecurityStandIn::Function function, bool available, id object, Reference* out) {
   constexpr OSStatus errCSUnsigned = -67062;
   if (!available) return errCSUnsigned;
-  if (SecurityStandIn::shared().succeedsEmptyHanded) return errSecSuccess;
+  if (SecurityStandIn::shared().emptyHanded == function) return errSecSuccess;
   ++handedOut;
   *out = reinterpret_cast<Reference>([object retain]);
   return errSecSuccess;
@@ -46,17 +46,24 @@ const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
   return [(NSDictionary*)dictionary objectForKey:(id)key];
 }
 
-OSStatus SecCodeCopySelf(SecCSFlags, SecCodeRef* self) {
-  return handOut(SecurityStandIn::shared().hasSelf, [NSMutableString string], self);
+OSStatus SecCodeCopySelf(SecCSFlags flags, SecCodeRef* self) {
+  SecurityStandIn::shared().selfFlags = flags;
+  return handOut(SecurityStandIn::Function::self, SecurityStandIn::shared().hasSelf,
+                 [NSMutableString string], self);
 }
 
-OSStatus SecCodeCopyStaticCode(SecCodeRef, SecCSFlags, SecStaticCodeRef* staticCode) {
-  return handOut(SecurityStandIn::shared().hasStaticCode, [NSMutableString string], staticCode);
+OSStatus SecCodeCopyStaticCode(SecCodeRef, SecCSFlags flags, SecStaticCodeRef* staticCode) {
+  SecurityStandIn::shared().staticCodeFlags = flags;
+  return handOut(SecurityStandIn::Function::staticCode, SecurityStandIn::shared().hasStaticCode,
+                 [NSMutableString string], staticCode);
 }
 
-OSStatus SecStaticCodeCreateWithPath(CFURLRef path, SecCSFlags, SecStaticCodeRef* staticCode) {
-  SecurityStandIn::shared().staticCodePath = blindfold::pathOf([(NSURL*)path path]);
-  return handOut(SecurityStandIn::shared().hasStaticCode, [NSMutableString string], staticCode);
+OSStatus SecStaticCodeCreateWithPath(CFURLRef path, SecCSFlags flags,
+                                     SecStaticCodeRef* staticCode) {
+  SecurityStandIn::shared().pathFlags = flags;
+  SecurityStandIn::shared().staticCodePath = blindfold::textOf([(NSURL*)path path]);
+  return handOut(SecurityStandIn::Function::path, SecurityStandIn::shared().hasStaticCode,
+                 [NSMutableString string], staticCode);
 }
 
 OSStatus SecCodeCopySigningInformation(SecStaticCodeRef, SecCSFlags flags,
@@ -67,7 +74,8 @@ OSStatus SecCodeCopySigningInformation(SecStaticCodeRef, SecCSFlags flags,
   setValue(values, kSecCodeInfoIdentifier, settings.identifier, settings.identifierText);
   setValue(values, kSecCodeInfoTeamIdentifier, settings.teamIdentifier,
            settings.teamIdentifierText);
-  return handOut(settings.hasInformation, values, information);
+  return handOut(SecurityStandIn::Function::information, settings.hasInformation, values,
+                 information);
 }
 
 namespace blindfold {

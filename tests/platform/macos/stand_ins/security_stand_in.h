@@ -7,6 +7,7 @@ namespace blindfold {
 
 /// What the Security framework's stand-in answers, and what it saw.
 struct SecurityStandIn {
+  enum class Function { self, staticCode, path, information };
   enum class Value { missing, text, number };
 
   static SecurityStandIn& shared();
@@ -17,8 +18,8 @@ struct SecurityStandIn {
   bool hasSelf = true;
   bool hasStaticCode = true;
   bool hasInformation = true;
-  /// Functions report success but hand out nothing.
-  bool succeedsEmptyHanded = false;
+  /// The function that reports success but hands out nothing, if any.
+  std::optional<Function> emptyHanded;
   Value identifier = Value::text;
   Value teamIdentifier = Value::text;
   std::string identifierText;
@@ -26,8 +27,11 @@ struct SecurityStandIn {
 
   /// The path of the last static code made from a path.
   std::optional<std::string> staticCodePath;
-  /// The flags of the last call that read signing information.
-  unsigned informationFlags = 0;
+  /// The flags of the last call of each function.
+  std::optional<unsigned> selfFlags;
+  std::optional<unsigned> staticCodeFlags;
+  std::optional<unsigned> pathFlags;
+  std::optional<unsigned> informationFlags;
 
   /// How many objects the functions have handed out and not got back.
   static int liveObjects();

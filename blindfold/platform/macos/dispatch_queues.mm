@@ -1,5 +1,3 @@
-#include "blindfold/platform/macos/dispatch_timed_work.h"
-
 #import <dispatch/dispatch.h>
 
 #include <algorithm>
@@ -7,23 +5,23 @@
 #include <utility>
 
 #include "blindfold/platform/macos/droppable_handler.h"
-#include "blindfold/platform/macos/holders.h"
+#include "blindfold/platform/macos/macos_platform.h"
+#include "blindfold/platform/macos/scoped_reference.h"
 
 namespace blindfold {
-
 namespace {
-
-/// A block that calls `work`, to be scheduled or cancelled.
-BlockHolder<dispatch_block_t> makeBlock(const std::shared_ptr<DroppableHandler>& work) {
+/// A block that calls `work` once, to be scheduled or cancelled.
+BlockReference<dispatch_block_t> makeBlock(const std::shared_ptr<DroppableHandler>& work) {
   // A block captures a reference as one, so it needs a value of its own.
   const auto shared = work;  // NOLINT(performance-unnecessary-copy-initialization)
-  return BlockHolder<dispatch_block_t>::adopting(dispatch_block_create(dispatch_block_flags_t{}, ^{
-    shared->callOnce();
-  }));
+  return BlockReference<dispatch_block_t>::adopting(
+      dispatch_block_create(dispatch_block_flags_t{}, ^{
+        shared->callOnce();
+      }));
 }
 
-/// Dispatch keeps a scheduled block until its time has come, cancelled or not. So the block shares
-/// the work with the item, which can let go of it at once.
+/// Work that shares its handler with the block that runs it, because dispatch keeps a scheduled
+/// block until its time has come, cancelled or not.
 class DispatchWorkItem final : public WorkItem {
  public:
   explicit DispatchWorkItem(std::function<void()> work) { work_->set(std::move(work)); }
@@ -37,10 +35,20 @@ class DispatchWorkItem final : public WorkItem {
 
  private:
   const std::shared_ptr<DroppableHandler> work_ = std::make_shared<DroppableHandler>();
-  const BlockHolder<dispatch_block_t> block_ = makeBlock(work_);
+  const BlockReference<dispatch_block_t> block_ = makeBlock(work_);
 };
-
 }  // namespace
+
+void DispatchMainLoop::post(std::function<void()> work) {
+  assert(work);
+  dispatch_async(dispatch_get_main_queue(), ^{
+    work();
+  });
+}
+
+void DispatchMainLoop::run() {
+  dispatch_main();
+}
 
 std::shared_ptr<WorkItem> DispatchTimedWorkQueue::schedule(std::chrono::nanoseconds delay,
                                                            std::function<void()> work) {

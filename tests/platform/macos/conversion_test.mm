@@ -1,0 +1,74 @@
+#include "blindfold/platform/macos/conversion.h"
+
+#include <gtest/gtest.h>
+#import <objc/runtime.h>
+
+namespace blindfold {
+namespace {
+/// What macOS makes of a path on its way to the file system: its decomposed form.
+const char* decomposed(id string, SEL) {
+  return [[string decomposedStringWithCanonicalMapping] UTF8String];
+}
+
+/// While it lives, strings have the file system's representation that macOS gives them.
+class DecomposingFileSystem {
+ public:
+  DecomposingFileSystem()
+      : before_(replaceWith(reinterpret_cast<IMP>(reinterpret_cast<void (*)()>(decomposed)))) {}
+  DecomposingFileSystem(const DecomposingFileSystem&) = delete;
+  DecomposingFileSystem& operator=(const DecomposingFileSystem&) = delete;
+  ~DecomposingFileSystem() { replaceWith(before_); }
+
+ private:
+  static IMP replaceWith(IMP method) {
+    return method_setImplementation(
+        class_getInstanceMethod([NSString class], @selector(fileSystemRepresentation)), method);
+  }
+
+  IMP before_;
+};
+
+class ConversionTest : public testing::Test {
+ protected:
+  ~ConversionTest() override { [pool_ release]; }
+
+  NSAutoreleasePool* const pool_ = [[NSAutoreleasePool alloc] init];
+};
+
+TEST_F(ConversionTest, TheFileSystemOfTheseTestsDecomposes) {
+  const DecomposingFileSystem macOS;
+  EXPECT_STREQ([stringOf("/Caf\u00e9") fileSystemRepresentation], "/Cafe\u0301");
+}
+
+TEST_F(ConversionTest, APathKeepsItsSpelling) {
+  const DecomposingFileSystem macOS;
+  const FileURL composed("/Applications/Caf\u00e9.app");
+  EXPECT_EQ(urlOf(fileURLOf(composed)), composed);
+  EXPECT_EQ(urlOf(directoryURLOf(composed)), composed);
+  EXPECT_EQ(textOf(pathStringOf(composed.path())), composed.path());
+}
+
+TEST_F(ConversionTest, APathThatIsNotTextNamesNothing) {
+  EXPECT_EQ(pathStringOf("/\xff"), nil);
+  EXPECT_EQ(fileURLOf(FileURL("/\xff")), nil);
+  EXPECT_EQ(pathStringOf(std::string_view("/a\0b", 4)), nil);
+}
+
+TEST_F(ConversionTest, AURLWithoutAnAbsolutePathIsNoFile) {
+  EXPECT_EQ(urlOf(nil), std::nullopt);
+  EXPECT_EQ(urlOf([NSURL URLWithString:@"data:,text"]), std::nullopt);
+}
+
+TEST_F(ConversionTest, TextAndBytesMayBeAbsentOrEmpty) {
+  EXPECT_EQ(textOf(nil), "");
+  EXPECT_EQ(textOf(@""), "");
+  EXPECT_EQ(bytesOf(nil), "");
+  EXPECT_EQ(bytesOf(dataOf("")), "");
+}
+
+TEST_F(ConversionTest, TextMayHoldANUL) {
+  const std::string text("a\0\u00e9\U0001f600", 8);
+  EXPECT_EQ(textOf(stringOf(text)), text);
+}
+}  // namespace
+}  // namespace blindfold
