@@ -43,6 +43,23 @@ PROTOCOL = (
 )
 
 
+# The signature of the block that takes a reply; the helper compares it with its own protocol's.
+REPLY_BLOCK = 'v16@?0@"NSData"8'
+
+# Which library defines a symbol, by the symbol's name; classes stand in the library of their code,
+# which is not always that of their headers.
+DEFINING_LIBRARIES = [
+    (r"_OBJC_(CLASS|EHTYPE)_\$_(NSArray|NSData|NSException|NSURL)", "CoreFoundation"),
+    (r"_OBJC_CLASS_\$_(NSBundle|NSFileManager|NSNumber|NSString|NSXPC\w+)", "Foundation"),
+    (r"_NSFile\w+", "Foundation"),
+    (r"_CF\w+|___CFConstantStringClassReference", "CoreFoundation"),
+    (r"_k?Sec[A-Z]\w+", "Security"),
+    (r"_(objc|sel|class|object|method|protocol)_\w+|__objc_empty_cache", "libobjc"),
+    (r"___objc_personality_v0|_OBJC_(CLASS|METACLASS)_\$_NSObject", "libobjc"),
+    (r"__NSConcrete\w+Block|__Block_\w+|__?dispatch_\w+", "libSystem"),
+]
+
+
 class Failure(Exception):
     """What a check saw that it should not have seen."""
 
@@ -165,6 +182,43 @@ def check_undefined_symbols(program):
             require(
                 symbol in named.get(library, ()), f"{architecture}: {symbol} is not in {library}"
             )
+
+
+def defining_library(symbol):
+    """The library that defines a symbol; the C and C++ libraries define all others."""
+    for pattern, library in DEFINING_LIBRARIES:
+        if re.fullmatch(pattern, symbol):
+            return library
+    return "libSystem"
+
+
+def check_defining_libraries(program):
+    """Every symbol is looked up in the library that defines it, not in one that passes it on."""
+    for architecture, thin in program.slices():
+        undefined, _ = undefined_symbols(thin)
+        require(len(undefined) > 50, f"{architecture}: {len(undefined)} symbols")
+        for symbol, library in undefined:
+            require(
+                re.sub(r"\.[AB]$", "", library) == defining_library(symbol),
+                f"{architecture}: {symbol} is looked up in {library}",
+            )
+
+
+def check_signature(program):
+    """arm64 has the linker's ad hoc signature, without which it does not run; x86_64 has none."""
+    for architecture, thin in program.slices():
+        signature = macho.Slice(thin.read_bytes()).signature()
+        if architecture == "x86_64":
+            require(signature is None, f"{architecture}: is signed")
+            continue
+        require(signature is not None, f"{architecture}: is not signed")
+        require(signature.identifier == "blindfoldctl", f"signed as {signature.identifier}")
+
+
+def check_reply_block(program):
+    for architecture, thin in program.slices():
+        texts = macho.Slice(thin.read_bytes()).texts_of("__TEXT", "__cstring")
+        require(REPLY_BLOCK in texts, f"{architecture}: no block takes a reply")
 
 
 def check_position_independent(program):

@@ -100,6 +100,34 @@ class InspectionTest(unittest.TestCase):
         stub.write_text(stub.read_text().replace("      - _SecCodeCopySelf\n", ""))
         self.assert_fails("undefined_symbols", declarations=copy)
 
+    def test_a_symbol_of_another_library(self):
+        self.assert_fails("defining_libraries", program=self.replaced(b"_CFRelease", b"_NSRelease"))
+
+    def test_a_block_that_takes_no_reply(self):
+        program = self.replaced(b'v16@?0@"NSData"8', b'v16@?0@"NSDate"8')
+        self.assert_fails("reply_block", program=program)
+
+    def test_a_changed_byte_of_the_signed_slice(self):
+        signed = self.path("signed")
+        inspect_program.llvm("llvm-lipo", "-thin", "arm64", options.program, "-output", signed)
+        self.assert_fails("signature", program=self.flipped(signed, 0x1000))
+        contents = signed.read_bytes()
+        code, signature = range(0, len(contents), 4099), range(len(contents) - 400, len(contents))
+        for offset in [*code, *signature]:
+            with self.subTest(offset=offset):
+                slice_ = inspect_program.macho.Slice(self.flipped(signed, offset).read_bytes())
+                with self.assertRaises((ValueError, KeyError)):
+                    if slice_.signature().identifier != "blindfoldctl":
+                        raise ValueError("another identifier")
+
+    def flipped(self, program, offset):
+        """A copy of a program with one byte changed."""
+        contents = bytearray(program.read_bytes())
+        contents[offset] ^= 0x40
+        path = self.path("flipped")
+        path.write_bytes(contents)
+        return path
+
     def test_a_fixed_address(self):
         def change(contents):
             (flags,) = struct.unpack_from("<I", contents, 24)

@@ -1,18 +1,25 @@
 #pragma once
 
-// What the macOS adapters use of Foundation, declared for the cross-build alone. Every line has its
-// row in docs/macos.md.
+// What the macOS adapters use of Foundation, declared for the cross-build alone and annotated as the
+// system's own headers are. Every line has its row in docs/macos.md.
 
 #import <CoreFoundation/CoreFoundation.h>
 #import <objc/NSObject.h>
 
+#define NS_ASSUME_NONNULL_BEGIN _Pragma("clang assume_nonnull begin")
+#define NS_ASSUME_NONNULL_END _Pragma("clang assume_nonnull end")
+#define NS_RETURNS_INNER_POINTER __attribute__((objc_returns_inner_pointer))
+#define NS_TYPED_EXTENSIBLE_ENUM __attribute__((swift_wrapper(struct)))
+
+NS_ASSUME_NONNULL_BEGIN
+
 @class NSData, NSError, NSString, NSURL, NSXPCInterface;
 
 typedef NSUInteger NSStringEncoding;
-typedef NSString* NSExceptionName;
-typedef NSString* NSFileAttributeKey;
-typedef NSString* NSFileAttributeType;
-typedef NSUInteger NSXPCConnectionOptions;
+typedef NSString* NSExceptionName NS_TYPED_EXTENSIBLE_ENUM;
+typedef NSString* NSFileAttributeKey NS_TYPED_EXTENSIBLE_ENUM;
+typedef NSString* NSFileAttributeType NS_TYPED_EXTENSIBLE_ENUM;
+typedef NSUInteger NSXPCConnectionOptions API_AVAILABLE(macos(10.8));
 
 enum : NSStringEncoding { NSUTF8StringEncoding = 4 };
 enum : NSXPCConnectionOptions { NSXPCConnectionPrivileged = 1 << 12 };
@@ -37,22 +44,21 @@ extern NSFileAttributeType const NSFileTypeSymbolicLink;
 @end
 
 @interface NSDictionary<__covariant KeyType, __covariant ObjectType> : NSObject
-- (ObjectType)objectForKey:(KeyType)aKey;
+- (nullable ObjectType)objectForKey:(KeyType)aKey;
 @end
 
 @interface NSString : NSObject
 @property(readonly) NSUInteger length;
-@property(readonly) const char* fileSystemRepresentation;
-- (instancetype)initWithBytes:(const void*)bytes
+- (nullable instancetype)initWithBytes:(const void*)bytes
                        length:(NSUInteger)len
                      encoding:(NSStringEncoding)encoding;
-- (NSData*)dataUsingEncoding:(NSStringEncoding)encoding allowLossyConversion:(BOOL)lossy;
+- (nullable NSData*)dataUsingEncoding:(NSStringEncoding)encoding allowLossyConversion:(BOOL)lossy;
 @end
 
 @interface NSData : NSObject
 @property(readonly) NSUInteger length;
-@property(readonly) const void* bytes;
-+ (instancetype)dataWithBytes:(const void*)bytes length:(NSUInteger)length;
+@property(readonly) const void* bytes NS_RETURNS_INNER_POINTER;
++ (instancetype)dataWithBytes:(nullable const void*)bytes length:(NSUInteger)length;
 @end
 
 @interface NSNumber : NSObject
@@ -60,8 +66,8 @@ extern NSFileAttributeType const NSFileTypeSymbolicLink;
 @end
 
 @interface NSURL : NSObject
-@property(readonly, copy) NSString* path;
-+ (NSURL*)fileURLWithPath:(NSString*)path isDirectory:(BOOL)isDir;
+@property(nullable, readonly, copy) NSString* path;
++ (NSURL*)fileURLWithPath:(NSString*)path isDirectory:(BOOL)isDir API_AVAILABLE(macos(10.5));
 @end
 
 @interface NSError : NSObject
@@ -71,37 +77,38 @@ extern NSFileAttributeType const NSFileTypeSymbolicLink;
 // Thrown and caught by its exported type.
 __attribute__((objc_exception)) @interface NSException : NSObject
 @property(readonly, copy) NSExceptionName name;
-@property(readonly, copy) NSString* reason;
+@property(nullable, readonly, copy) NSString* reason;
 @end
 
 @interface NSFileManager : NSObject
 @property(class, readonly, strong) NSFileManager* defaultManager;
 @property(readonly, copy) NSString* currentDirectoryPath;
-- (NSString*)stringWithFileSystemRepresentation:(const char*)str length:(NSUInteger)len;
 - (BOOL)isExecutableFileAtPath:(NSString*)path;
-- (NSDictionary<NSFileAttributeKey, id>*)attributesOfItemAtPath:(NSString*)path
-                                                          error:(NSError**)error;
+- (nullable NSDictionary<NSFileAttributeKey, id>*)attributesOfItemAtPath:(NSString*)path
+                                                          error:(NSError**)error API_AVAILABLE(macos(10.5));
 @end
 
 @interface NSBundle : NSObject
 @property(class, readonly, strong) NSBundle* mainBundle;
-@property(readonly, copy) NSURL* bundleURL;
-@property(readonly, copy) NSString* bundleIdentifier;
-@property(readonly, copy) NSURL* executableURL;
-- (instancetype)initWithURL:(NSURL*)url;
-- (id)objectForInfoDictionaryKey:(NSString*)key;
+@property(readonly, copy) NSURL* bundleURL API_AVAILABLE(macos(10.6));
+@property(nullable, readonly, copy) NSString* bundleIdentifier;
+@property(nullable, readonly, copy) NSURL* executableURL API_AVAILABLE(macos(10.6));
+- (nullable instancetype)initWithURL:(NSURL*)url API_AVAILABLE(macos(10.6));
+- (nullable id)objectForInfoDictionaryKey:(NSString*)key;
 @end
 
-@interface NSXPCInterface : NSObject
+API_AVAILABLE(macos(10.8)) @interface NSXPCInterface : NSObject
 + (NSXPCInterface*)interfaceWithProtocol:(Protocol*)protocol;
 @end
 
-@interface NSXPCConnection : NSObject
-@property(retain) NSXPCInterface* remoteObjectInterface;
-@property(copy) void (^interruptionHandler)(void);
-@property(copy) void (^invalidationHandler)(void);
-- (instancetype)initWithMachServiceName:(NSString*)name options:(NSXPCConnectionOptions)options;
+API_AVAILABLE(macos(10.8)) @interface NSXPCConnection : NSObject
+@property(nullable, retain) NSXPCInterface* remoteObjectInterface;
+@property(nullable, copy) void (^interruptionHandler)(void);
+@property(nullable, copy) void (^invalidationHandler)(void);
+- (instancetype)initWithMachServiceName:(NSString*)name options:(NSXPCConnectionOptions)options API_UNAVAILABLE(ios, watchos, tvos);
 - (id)remoteObjectProxyWithErrorHandler:(void (^)(NSError* error))handler;
 - (void)resume;
 - (void)invalidate;
 @end
+
+NS_ASSUME_NONNULL_END
