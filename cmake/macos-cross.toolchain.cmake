@@ -31,6 +31,7 @@ set(declarations "${CMAKE_CURRENT_LIST_DIR}/macos-declarations")
 # The compiler's own way of naming the language makes CMake's a second one.
 set(CMAKE_OBJCXX_FLAGS_INIT
     "-iframework ${declarations}/Frameworks -Wno-unused-command-line-argument")
+file(GLOB_RECURSE BLINDFOLD_MACOS_STUBS "${declarations}/*.tbd")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-F${declarations}/Frameworks -L${declarations}/lib")
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE NEVER)

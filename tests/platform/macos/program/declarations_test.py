@@ -45,7 +45,7 @@ options = None
 
 def canonical(text):
     """A declaration without what does not change its meaning."""
-    text = re.sub(r"\b(_Nonnull|_Nullable|extern|oneway|__attribute__\(\(\w+\)\))", "", text)
+    text = re.sub(r"\b(extern|oneway|__attribute__\(\(\w+\)\))", "", text)
     text = re.sub(r"\bvoid\s*\)", ")", text) if text.count("void") else text
     text = re.sub(r"(\w[\w ]*?) const (\w+)$", r"const \1 \2", text.strip())
     return re.sub(r"\s+", "", text)
@@ -78,38 +78,44 @@ def syntax_tree():
         return json.loads(run.stdout)
 
 
+def type_text(node, kind="type"):
+    """A type without the annotations that the compiler keeps in it."""
+    annotations = r"_Nonnull|_Nullable|CF_RETURNS_\w+|NS_RETURNS_\w+|API_\w+\(([^()]|\([^()]*\))*\)"
+    return re.sub(rf"\s*\b({annotations})", "", node[kind]["qualType"]).strip()
+
+
 def property_text(node):
     attributes = [
         name for name in ("class", "readonly", "copy", "strong", "retain") if node.get(name)
     ]
-    kind, name = node["type"]["qualType"], node["name"]
+    kind, name = type_text(node), node["name"]
     typed = kind.replace("(^)", f"(^{name})") if "(^)" in kind else f"{kind} {name}"
     return f"@property({', '.join(attributes)}) {typed}"
 
 
 def method_text(node):
     parameters = [each for each in node.get("inner", []) if each["kind"] == "ParmVarDecl"]
-    text = ("-" if node["instance"] else "+") + f"({node['returnType']['qualType']})"
+    text = ("-" if node["instance"] else "+") + f"({type_text(node, 'returnType')})"
     words = node["name"].split(":")
     if not parameters:
         return text + words[0]
     return text + " ".join(
-        f"{word}:({each['type']['qualType']}){each['name']}"
+        f"{word}:({type_text(each)}){each['name']}"
         for word, each in zip(words, parameters)
     )
 
 
 def function_text(node):
     parameters = [each for each in node.get("inner", []) if each["kind"] == "ParmVarDecl"]
-    result = node["type"]["qualType"].split("(")[0]
+    result = type_text(node).split("(")[0]
     listed = ", ".join(
-        f"{each['type']['qualType']} {each.get('name', '')}".strip() for each in parameters
+        f"{type_text(each)} {each.get('name', '')}".strip() for each in parameters
     )
     return f"{result} {node['name']}({listed})"
 
 
 def typedef_text(node):
-    kind, name = node["type"]["qualType"], node["name"]
+    kind, name = type_text(node), node["name"]
     return f"typedef {kind.replace('(^)', '(^' + name + ')')}" + ("" if "(^)" in kind else f" {name}")
 
 
@@ -142,7 +148,7 @@ class Declarations:
         elif kind == "FunctionDecl":
             self._add(node["name"], function_text(node))
         elif kind == "VarDecl":
-            self._add(node["name"], f"{node['type']['qualType']} {node['name']}")
+            self._add(node["name"], f"{type_text(node)} {node['name']}")
         elif kind == "TypedefDecl" and "name" in node and not node.get("isImplicit"):
             self._add(node["name"], typedef_text(node))
         elif kind == "EnumConstantDecl" and node.get("inner"):
