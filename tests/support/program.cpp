@@ -2,7 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -39,11 +39,6 @@ int checked(int result, const char* what) {
   return result;
 }
 
-// The posix_spawn family returns its error.
-void checkedSpawn(int error, const char* what) {
-  if (error != 0) throwError(error, what);
-}
-
 /// A pipe; neither end is inherited by a program.
 struct Pipe {
   FileDescriptor readEnd;
@@ -59,70 +54,75 @@ struct Pipe {
   }
 };
 
-/// What posix_spawn does in the child between fork and exec.
-class SpawnPlan {
- public:
-  SpawnPlan() {
-    checkedSpawn(posix_spawn_file_actions_init(&actions_), "posix_spawn_file_actions_init");
-    checkedSpawn(posix_spawnattr_init(&attributes_), "posix_spawnattr_init");
-    sigset_t signals{};
-    sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attributes_, &signals);
-    sigfillset(&signals);
-    posix_spawnattr_setsigdefault(&attributes_, &signals);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  }
-  SpawnPlan(const SpawnPlan&) = delete;
-  SpawnPlan& operator=(const SpawnPlan&) = delete;
-  ~SpawnPlan() {
-    posix_spawn_file_actions_destroy(&actions_);
-    posix_spawnattr_destroy(&attributes_);
-  }
+std::vector<char*> pointers(const std::vector<std::string>& texts) {
+  std::vector<char*> result;
+  result.reserve(texts.size() + 1);
+  // execve(2) takes pointers to characters that it promises not to change.
+  for (const auto& text : texts) result.push_back(const_cast<char*>(text.c_str()));
+  result.push_back(nullptr);
+  return result;
+}
 
-  void open(int number, const std::string& path, int flags) {
-    checkedSpawn(posix_spawn_file_actions_addopen(&actions_, number, path.c_str(), flags, 0),
-                 "posix_spawn_file_actions_addopen");
-  }
-  void duplicate(const FileDescriptor& source, int number) {
-    checkedSpawn(posix_spawn_file_actions_adddup2(&actions_, source.get(), number),
-                 "posix_spawn_file_actions_adddup2");
-  }
-  void close(int number) {
-    checkedSpawn(posix_spawn_file_actions_addclose(&actions_, number),
-                 "posix_spawn_file_actions_addclose");
-  }
-  void closeFrom(int number) {
-    checkedSpawn(posix_spawn_file_actions_addclosefrom_np(&actions_, number),
-                 "posix_spawn_file_actions_addclosefrom_np");
-  }
-  void changeDirectory(const std::string& path) {
-    checkedSpawn(posix_spawn_file_actions_addchdir_np(&actions_, path.c_str()),
-                 "posix_spawn_file_actions_addchdir_np");
-  }
-
-  pid_t spawn(const std::vector<std::string>& arguments,
-              const std::optional<std::vector<std::string>>& environment) const {
-    pid_t pid = -1;
-    checkedSpawn(posix_spawn(&pid, arguments.at(0).c_str(), &actions_, &attributes_,
-                             pointers(arguments).data(),
-                             environment ? pointers(*environment).data() : environ),
-                 arguments[0].c_str());
-    return pid;
-  }
-
- private:
-  static std::vector<char*> pointers(const std::vector<std::string>& texts) {
-    std::vector<char*> result;
-    result.reserve(texts.size() + 1);
-    // The interface takes pointers to characters that it promises not to change.
-    for (const auto& text : texts) result.push_back(const_cast<char*>(text.c_str()));
-    result.push_back(nullptr);
-    return result;
-  }
-
-  posix_spawn_file_actions_t actions_{};
-  posix_spawnattr_t attributes_{};
+/// Everything that a child needs to become the program, so that it allocates nothing between
+/// fork(2) and execve(2).
+struct ProgramStart {
+  std::vector<char*> arguments;
+  char** environment;
+  const char* workingDirectory;    ///< Null for the parent's.
+  const char* standardOutputPath;  ///< Null to capture the output.
+  bool closesStandardOutput;
+  int output;  ///< The pipes' ends.
+  int error;
+  pid_t parent;
 };
+
+/// Puts the standard streams, the signals and the directory in order, and executes the program.
+/// Returns, with errno, when that fails.
+void becomeProgram(const ProgramStart& start) {
+  // The child dies with the test that started it, however that ends.
+  if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != start.parent) _exit(EXIT_FAILURE);
+  for (int signal = 1; signal < NSIG; ++signal) {
+    if (signal != SIGKILL && signal != SIGSTOP) ::signal(signal, SIG_DFL);
+  }
+  sigset_t none{};
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+
+  const int input = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  const int output = start.standardOutputPath == nullptr
+                         ? start.output
+                         : open(start.standardOutputPath, O_WRONLY | O_CLOEXEC);
+  if (input < 0 || output < 0 || dup2(input, STDIN_FILENO) < 0 ||
+      dup2(start.error, STDERR_FILENO) < 0 || dup2(output, STDOUT_FILENO) < 0) {
+    return;
+  }
+  if (start.closesStandardOutput) close(STDOUT_FILENO);
+  if (start.workingDirectory != nullptr && chdir(start.workingDirectory) != 0) return;
+  if (close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) != 0) return;
+  execve(start.arguments.front(), start.arguments.data(), start.environment);
+}
+
+/// Starts a child that becomes the program. Throws when the program cannot be executed.
+pid_t startProgram(const ProgramStart& start) {
+  Pipe failure;
+  const pid_t pid = checked(fork(), "fork");
+  if (pid == 0) {
+    becomeProgram(start);
+    const int error = errno;
+    [[maybe_unused]] const ssize_t count = write(failure.writeEnd.get(), &error, sizeof error);
+    _exit(EXIT_FAILURE);
+  }
+  failure.writeEnd.reset();
+  fcntl(failure.readEnd.get(), F_SETFL, 0);
+  int error = 0;
+  ssize_t count = -1;
+  do {
+    count = read(failure.readEnd.get(), &error, sizeof error);
+  } while (count < 0 && errno == EINTR);
+  if (count == 0) return pid;
+  waitpid(pid, nullptr, 0);
+  throwError(error, start.arguments.front());
+}
 
 std::optional<std::vector<std::string>> environmentTexts(const ProgramOptions& options) {
   if (!options.environment) return std::nullopt;
@@ -264,20 +264,20 @@ RunningProgram::RunningProgram(const std::vector<std::string>& arguments,
                                const ProgramOptions& options) {
   Pipe output;
   Pipe error;
-  SpawnPlan plan;
-  plan.open(STDIN_FILENO, "/dev/null", O_RDONLY);
-  plan.duplicate(error.writeEnd, STDERR_FILENO);
-  if (const auto* target = std::get_if<OutputToPath>(&options.standardOutput)) {
-    plan.open(STDOUT_FILENO, target->path, O_WRONLY);
-  } else {
-    plan.duplicate(output.writeEnd, STDOUT_FILENO);
-  }
-  if (std::holds_alternative<ClosedOutput>(options.standardOutput)) plan.close(STDOUT_FILENO);
-  plan.closeFrom(STDERR_FILENO + 1);
-  if (options.workingDirectory) plan.changeDirectory(*options.workingDirectory);
-
+  const auto environment = environmentTexts(options);
+  auto environmentPointers = pointers(environment.value_or(std::vector<std::string>()));
+  const auto* const path = std::get_if<OutputToPath>(&options.standardOutput);
   const auto start = Clock::now();
-  const pid_t pid = plan.spawn(arguments, environmentTexts(options));
+  const pid_t pid = startProgram({
+      .arguments = pointers(arguments),
+      .environment = environment ? environmentPointers.data() : environ,
+      .workingDirectory = options.workingDirectory ? options.workingDirectory->c_str() : nullptr,
+      .standardOutputPath = path != nullptr ? path->path.c_str() : nullptr,
+      .closesStandardOutput = std::holds_alternative<ClosedOutput>(options.standardOutput),
+      .output = output.writeEnd.get(),
+      .error = error.writeEnd.get(),
+      .parent = getpid(),
+  });
   child_ = std::make_unique<Child>(pid, std::move(output.readEnd), std::move(error.readEnd), start,
                                    options.deadline);
 }
@@ -312,6 +312,7 @@ ProgramResult runInChild(const std::function<void()>& function,
   const auto start = Clock::now();
   const pid_t pid = checked(fork(), "fork");
   if (pid == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(output.writeEnd.get(), STDOUT_FILENO);
     dup2(error.writeEnd.get(), STDERR_FILENO);
     const rlimit noCore{.rlim_cur = 0, .rlim_max = 0};

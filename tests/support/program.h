@@ -48,8 +48,9 @@ struct ProgramOptions {
 };
 
 /// A child process with an empty standard input, default signal handling and no descriptor of this
-/// process. What it writes is read during the waiting operations only. Every operation throws
-/// `std::system_error` when the system refuses. Not for two threads at once.
+/// process, killed when the thread that started it ends. What it writes is read during the waiting
+/// operations only. Every operation throws `std::system_error` when the system refuses. Not for two
+/// threads at once.
 class RunningProgram {
  public:
   /// Starts the program `arguments[0]`, a path. No shell takes part. The child does not start when

@@ -9,9 +9,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <system_error>
+#include <thread>
 
 namespace blindfold {
 namespace {
@@ -113,6 +116,27 @@ TEST(RunningProgramTest, TheDestructorKillsAndReapsTheChild) {
     ASSERT_EQ(kill(pid, 0), 0);
   }
   EXPECT_EQ(kill(pid, 0), -1);
+}
+
+TEST(RunningProgramTest, AChildDiesWithTheProcessThatStartedIt) {
+  const auto result = runInChild([] {
+    const RunningProgram program({"/bin/sleep", "60"});
+    std::cout << program.pid() << std::flush;
+    raise(SIGKILL);
+  });
+  ASSERT_EQ(result.signal, SIGKILL);
+  const pid_t pid = std::stoi(result.standardOutput);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  // Nobody may have reaped it yet, so its state is looked at (proc(5)).
+  const auto isRunning = [&] {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    return !text.empty() && text.find(") Z ") == std::string::npos;
+  };
+  while (isRunning()) {
+    ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+    std::this_thread::sleep_for(milliseconds(5));
+  }
 }
 
 TEST(RunInChildTest, WhatAFunctionWritesIsCaptured) {
