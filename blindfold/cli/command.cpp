@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <optional>
@@ -104,7 +103,7 @@ CommandArguments commandArguments(int argumentCount, const char* const* argument
 Task<void> runCommand(HelperClient& client, CommandArguments arguments) {
   const Command* command = findCommand(arguments.empty() ? defaultCommandWord : arguments.front());
   if (command == nullptr) {
-    std::fputs(usage, stderr);
+    writeError(usage);
     std::exit(ExitStatus::misused);
   }
   try {

@@ -1,10 +1,10 @@
 #include "blindfold/cli/hold_selection.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 
 #include "blindfold/cli/cli_error.h"
+#include "blindfold/cli/output.h"
 #include "blindfold/text/one_line.h"
 
 namespace blindfold {
@@ -27,8 +27,7 @@ bool captureIsActive(const CameraInfo& camera, const std::vector<TargetService>&
 }
 
 [[noreturn]] void stopOnDuplicateLabel(const std::string& label) {
-  const std::string line = "Duplicate values for key: '" + oneLine(label) + "'\n";
-  std::fputs(line.c_str(), stderr);
+  writeError("Duplicate values for key: '" + oneLine(label) + "'\n");
   std::abort();
 }
 

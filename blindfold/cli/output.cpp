@@ -1,30 +1,45 @@
 #include "blindfold/cli/output.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <string>
+#include <new>
 #include <system_error>
 
 #include "blindfold/cli/exit_status.h"
 #include "blindfold/helperclient/error_description.h"
+#include "blindfold/platform/standard_stream.h"
 #include "blindfold/text/one_line.h"
 #include "blindfold/text/utf8.h"
 
 namespace blindfold {
+namespace {
 
-void printLine(std::string_view line) {
-  const std::string_view text = isValidUTF8(line) ? line : std::string_view();
-  const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                       std::fputc('\n', stdout) != EOF && std::fflush(stdout) == 0;
-  if (!written) {
-    throw std::system_error(errno, std::generic_category(), "Standard output cannot be written");
-  }
+/// Ends the process without its exit handlers, which may need memory.
+[[noreturn]] void reportOutOfMemory() {
+  writeError("Out of memory.\n");
+  std::_Exit(ExitStatus::failed);
+}
+
+}  // namespace
+
+void reportExhaustedMemory() {
+  std::set_new_handler(reportOutOfMemory);
+}
+
+void printLine(std::string line) {
+  if (!isValidUTF8(line)) line.clear();
+  line += '\n';
+  std::error_code error = writeAll(StandardStream::output, line);
+  if (!error) error = closeStream(StandardStream::output);
+  if (error) throw std::system_error(error, "Standard output cannot be written");
+}
+
+void writeError(std::string_view text) noexcept {
+  // A failure to write has nowhere to be reported.
+  static_cast<void>(writeAll(StandardStream::error, text));
 }
 
 void reportFailureAndExit(const std::exception_ptr& error) {
-  const std::string line = oneLine(errorDescription(error)) + '\n';
-  std::fputs(line.c_str(), stderr);
+  writeError(oneLine(errorDescription(error)) + '\n');
   std::exit(ExitStatus::failed);
 }
 

@@ -1,17 +1,26 @@
 #pragma once
 
 #include <exception>
+#include <string>
 #include <string_view>
 
 #include "blindfold/model/json/json_encoder.h"
 
 namespace blindfold {
 
-/// Writes `line` and a newline to standard output and flushes it. A line that is not UTF-8 is
-/// written as an empty one. Throws `std::system_error` when not everything could be written.
-void printLine(std::string_view line);
+/// From now on, memory that runs out ends the process with status 1 and one line on standard error,
+/// wherever it happens; it takes no memory to say so. For the program: it replaces the new-handler
+/// of the process.
+void reportExhaustedMemory();
 
-/// Writes the record as one line of compact JSON on standard output. Throws the encoder's error,
+/// Writes `line` and a newline to standard output, and closes it. A line that is not UTF-8 is
+/// written as an empty one. Throws `std::system_error` when not everything could be written.
+void printLine(std::string line);
+
+/// Writes `text` to standard error, in one piece where that takes it so. Needs no memory.
+void writeError(std::string_view text) noexcept;
+
+/// Prints the record as one line of compact JSON; see `printLine`. Throws the encoder's error,
 /// having written nothing, or `std::system_error` when the line could not be written.
 template <class Record>
 void printJSON(const Record& record) {

@@ -1,10 +1,13 @@
 #include "blindfold/cli/output.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "blindfold/cli/cli_error.h"
 #include "blindfold/helperclient/helper_client_error.h"
@@ -47,6 +50,29 @@ TEST(PrintJSONTest, ARecordThatCannotBeEncodedPrintsNothing) {
   EXPECT_EQ(result.standardOutput, "");
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_GT(result.standardError.size(), 1U);
+}
+
+TEST(PrintLineTest, AStandardOutputThatCannotBeWrittenIsAFailure) {
+  const ProgramResult result = runInChild([] {
+    close(STDOUT_FILENO);
+    try {
+      printLine("lost");
+    } catch (const std::system_error& error) {
+      reportFailureAndExit(std::current_exception());
+    }
+  });
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.standardError, "Standard output cannot be written: Bad file descriptor\n");
+}
+
+TEST(ExhaustedMemoryTest, EndsTheProcessWithOneLine) {
+  const ProgramResult result = runInChild([] {
+    reportExhaustedMemory();
+    std::get_new_handler()();
+  });
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.standardError, "Out of memory.\n");
+  EXPECT_EQ(result.standardOutput, "");
 }
 
 TEST(ReportFailureTest, AFailureIsItsDescriptionAndANewline) {
