@@ -11,9 +11,7 @@ set(clientHeaders
   config/deployment_settings.h
   helperclient/helper_client.h
   helperclient/helper_client_error.h
-  helperclient/request.h
-  helperclient/single_outcome.h
-  helperclient/spawn.h
+  helperclient/run_task.h
   helperclient/task.h
   model/detection.h
   model/enumerations.h

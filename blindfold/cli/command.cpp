@@ -9,85 +9,92 @@
 #include <utility>
 
 #include "blindfold/cli/cli_error.h"
-#include "blindfold/cli/exit_status.h"
 #include "blindfold/cli/hold_selection.h"
 #include "blindfold/cli/output.h"
-#include "blindfold/helperclient/decode_reply.h"
-#include "blindfold/model/detection.h"
 #include "blindfold/text/utf8.h"
 
 namespace blindfold {
 namespace {
 
-constexpr std::string_view defaultCommandWord = "status";
-
-constexpr const char* usage =
-    "usage: blindfoldctl "
-    "[status|detect|hold-built-in|release|restore|renew <lease-id>|mute|unmute]\n";
-
-constexpr const char* renewUsage = "usage: blindfoldctl renew <lease-id>";
+/// A command's words behind its own: the operand, empty for a command that takes none.
+using Operand = std::string;
 
 Task<DetectionResult> detection(HelperClient& client) {
-  const Bytes reply = co_await client.detectTargets(client.statusRequestTimeout);
-  co_return decodeReply<DetectionResult>(reply);
+  const std::string reply = co_await client.detectTargets(client.statusRequestTimeout);
+  co_return decodeDetectionResult(reply);
 }
 
-Task<void> holdBuiltIn(HelperClient& client, CommandArguments) {
+Task<void> detect(HelperClient& client, Operand) {
+  printJSON(co_await detection(client));
+}
+
+Task<void> holdBuiltIn(HelperClient& client, Operand) {
   const DetectionResult detected = co_await detection(client);
   HoldRequest request = makeBuiltInHoldRequest(detected.cameras, detected.selectedCameraID,
                                                detected.resolvedTargets, detected.serviceStates);
   printJSON(co_await client.hold(std::move(request)));
 }
 
-Task<void> release(HelperClient& client, CommandArguments) {
+Task<void> release(HelperClient& client, Operand) {
   printJSON(co_await client.release(std::nullopt));
 }
 
-Task<void> restore(HelperClient& client, CommandArguments) {
-  printJSON(co_await client.restoreAll());
+Task<void> renew(HelperClient& client, Operand leaseID) {
+  printJSON(co_await client.renew(std::move(leaseID)));
 }
 
-Task<void> renew(HelperClient& client, CommandArguments arguments) {
-  if (arguments.size() < 2) throw CLIError::missingArgument(renewUsage);
-  printJSON(co_await client.renew(std::move(arguments[1])));
-}
-
-Task<void> mute(HelperClient& client, CommandArguments) {
-  printJSON(co_await client.muteMicrophones());
-}
-
-Task<void> unmute(HelperClient& client, CommandArguments) {
-  printJSON(co_await client.unmuteMicrophones());
-}
-
-Task<void> detect(HelperClient& client, CommandArguments) {
-  printJSON(co_await detection(client));
-}
-
-Task<void> status(HelperClient& client, CommandArguments) {
-  printJSON(co_await client.currentState());
+/// A command that prints the result of an operation without argument.
+template <auto operation>
+Task<void> print(HelperClient& client, Operand) {
+  printJSON(co_await (client.*operation)());
 }
 
 struct Command {
   std::string_view word;
-  Task<void> (*run)(HelperClient&, CommandArguments);
+  std::string_view operand;  ///< The name of its operand in the usage; empty when it takes none.
+  Task<void> (*run)(HelperClient&, Operand);
 };
 
+/// The commands, in the order of the usage. The first one is the default.
 constexpr std::array commands{
-    Command{"hold-built-in", holdBuiltIn},
-    Command{"release", release},
-    Command{"restore", restore},
-    Command{"renew", renew},
-    Command{"mute", mute},
-    Command{"unmute", unmute},
-    Command{"detect", detect},
-    Command{"status", status},
+    Command{"status", "", print<&HelperClient::currentState>},
+    Command{"detect", "", detect},
+    Command{"hold-built-in", "", holdBuiltIn},
+    Command{"release", "", release},
+    Command{"restore", "", print<&HelperClient::restoreAll>},
+    Command{"renew", "<lease-id>", renew},
+    Command{"mute", "", print<&HelperClient::muteMicrophones>},
+    Command{"unmute", "", print<&HelperClient::unmuteMicrophones>},
 };
+
+std::string usage(std::string_view words) {
+  return "usage: blindfoldctl " + std::string(words);
+}
+
+/// The command as its user types it: its word and its operand.
+std::string synopsis(const Command& command) {
+  std::string words(command.word);
+  if (!command.operand.empty()) words.append(" ").append(command.operand);
+  return words;
+}
+
+std::string usageOfAll() {
+  std::string words;
+  for (const Command& command : commands) words += (words.empty() ? "[" : "|") + synopsis(command);
+  return usage(words + "]");
+}
 
 const Command* findCommand(std::string_view word) {
   const auto* command = std::find_if(commands.begin(), commands.end(),
                                      [&](const Command& each) { return each.word == word; });
   return command == commands.end() ? nullptr : command;
+}
+
+/// The word behind the command's own. Throws `CLIError` when a command that needs one has none.
+Operand operandOf(const Command& command, CommandArguments arguments) {
+  if (command.operand.empty()) return {};
+  if (arguments.size() < 2) throw CLIError::missingArgument(usage(synopsis(command)));
+  return std::move(arguments[1]);
 }
 
 }  // namespace
@@ -101,13 +108,13 @@ CommandArguments commandArguments(int argumentCount, const char* const* argument
 }
 
 Task<void> runCommand(HelperClient& client, CommandArguments arguments) {
-  const Command* command = findCommand(arguments.empty() ? defaultCommandWord : arguments.front());
+  const Command* command = arguments.empty() ? &commands.front() : findCommand(arguments.front());
   if (command == nullptr) {
-    writeError(usage);
+    writeError(usageOfAll() + "\n");
     std::exit(ExitStatus::misused);
   }
   try {
-    co_await command->run(client, std::move(arguments));
+    co_await command->run(client, operandOf(*command, std::move(arguments)));
   } catch (...) {
     reportFailureAndExit(std::current_exception());
   }

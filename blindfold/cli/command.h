@@ -8,6 +8,13 @@
 
 namespace blindfold {
 
+/// How the process ends, apart from the abort of a hold selection that finds a duplicate label.
+enum ExitStatus : int {
+  succeeded = 0,  ///< The command's result was printed.
+  failed = 1,     ///< A failure was reported.
+  misused = 64,   ///< The command word is unknown (EX_USAGE of sysexits.h).
+};
+
 /// The process's arguments without the program's path. Texts: bytes that are not UTF-8 read as
 /// U+FFFD, as the platform's own argument list has them.
 using CommandArguments = std::vector<std::string>;

@@ -4,8 +4,8 @@
 #include <new>
 #include <system_error>
 
-#include "blindfold/cli/exit_status.h"
-#include "blindfold/helperclient/error_description.h"
+#include "blindfold/cli/command.h"
+#include "blindfold/helperclient/helper_client_error.h"
 #include "blindfold/platform/standard_stream.h"
 #include "blindfold/text/one_line.h"
 #include "blindfold/text/utf8.h"

@@ -3,14 +3,15 @@
 #include <exception>
 #include <utility>
 
-#include "blindfold/authorization/client_authorization.h"
-#include "blindfold/helperclient/decode_reply.h"
+#include "blindfold/helperclient/request.h"
+#include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
+#include "blindfold/platform/platform.h"
 
 namespace blindfold {
 namespace {
 
-using Case = HelperClientError::Case;
+using SharedState = std::shared_ptr<const HelperClientState>;
 
 MessageBody sending(HelperMessage message) {
   return [message = std::move(message)](HelperProxy& proxy, ReplyHandler reply) {
@@ -18,75 +19,79 @@ MessageBody sending(HelperMessage message) {
   };
 }
 
+template <class Record>
+Record decodeReply(std::string_view reply) {
+  try {
+    return JSONDecoder{}.decode<Record>(reply);
+  } catch (...) {
+    throw HelperClientError::transport(std::current_exception());
+  }
+}
+
+/// One request that sends `message` and decodes its reply.
+template <class Record>
+Task<Record> request(SharedState client, double timeout, HelperMessage message) {
+  const Bytes reply = co_await withConnection(client, timeout, sending(std::move(message)));
+  co_return decodeReply<Record>(reply);
+}
+
+Task<OperationResult> requestHold(SharedState client, double timeout, HoldRequest holdRequest) {
+  // A local: g++ 12 destroys an aggregate that is a temporary of an awaiting expression twice.
+  HelperMessage message{HelperMethod::hold, DataArgument{makeJSONEncoder().encode(holdRequest)}};
+  co_return co_await request<OperationResult>(client, timeout, std::move(message));
+}
+
 }  // namespace
 
-HelperClient::HelperClient(bool skipPrecheck, const Platform& platform,
-                           const DeploymentSettings& settings)
-    : skipClientAuthorizationPrecheck(skipPrecheck),
-      platform_(platform),
-      fileManager_(platform.fileManager),
-      settings_(settings) {}
+HelperClient::HelperClient(bool skipClientAuthorizationPrecheck)
+    : HelperClient(std::make_shared<const HelperClientState>(
+          skipClientAuthorizationPrecheck, currentPlatform(), deploymentSettings())) {}
 
-Task<Bytes> HelperClient::detectTargets(double timeout) {
-  return withConnection(timeout, sending({HelperMethod::detectTargets, NoArgument{}}));
+HelperClient::HelperClient(std::shared_ptr<const HelperClientState> state)
+    : state_(std::move(state)) {}
+
+HelperClient::~HelperClient() = default;
+
+Task<std::string> HelperClient::detectTargets(double timeout) {
+  return withConnection(state_, timeout, sending({HelperMethod::detectTargets, NoArgument{}}));
 }
 
 Task<HoldState> HelperClient::currentState() {
-  return request<HoldState>(statusRequestTimeout, {HelperMethod::currentState, NoArgument{}});
+  return request<HoldState>(state_, statusRequestTimeout,
+                            {HelperMethod::currentState, NoArgument{}});
 }
 
-Task<OperationResult> HelperClient::hold(HoldRequest holdRequest) {
-  // A local: g++ 12 destroys an aggregate that is a temporary of an awaiting expression twice.
-  HelperMessage message{HelperMethod::hold, DataArgument{makeJSONEncoder().encode(holdRequest)}};
-  co_return co_await request<OperationResult>(controlRequestTimeout, std::move(message));
+Task<OperationResult> HelperClient::hold(HoldRequest request) {
+  return requestHold(state_, controlRequestTimeout, std::move(request));
 }
 
 Task<OperationResult> HelperClient::renew(std::string leaseID) {
-  return request<OperationResult>(controlRequestTimeout,
+  return request<OperationResult>(state_, controlRequestTimeout,
                                   {HelperMethod::renew, TextArgument{std::move(leaseID)}});
 }
 
 Task<OperationResult> HelperClient::release(std::optional<std::string> leaseID) {
-  return request<OperationResult>(controlRequestTimeout,
+  return request<OperationResult>(state_, controlRequestTimeout,
                                   {HelperMethod::release, TextArgument{std::move(leaseID)}});
 }
 
 Task<OperationResult> HelperClient::restoreAll() {
-  return request<OperationResult>(controlRequestTimeout, {HelperMethod::restoreAll, NoArgument{}});
+  return request<OperationResult>(state_, controlRequestTimeout,
+                                  {HelperMethod::restoreAll, NoArgument{}});
 }
 
 Task<OperationResult> HelperClient::muteMicrophones() {
-  return request<OperationResult>(controlRequestTimeout, {HelperMethod::muteMic, NoArgument{}});
+  return request<OperationResult>(state_, controlRequestTimeout,
+                                  {HelperMethod::muteMic, NoArgument{}});
 }
 
 Task<OperationResult> HelperClient::unmuteMicrophones() {
-  return request<OperationResult>(controlRequestTimeout, {HelperMethod::unmuteMic, NoArgument{}});
+  return request<OperationResult>(state_, controlRequestTimeout,
+                                  {HelperMethod::unmuteMic, NoArgument{}});
 }
 
-Task<Bytes> HelperClient::withConnection(double timeout, MessageBody body) {
-  if (!fileManager_.isExecutableFile(settings_.helperInstallURL().path())) {
-    throw HelperClientError(Case::helperNotInstalled);
-  }
-  if (!skipClientAuthorizationPrecheck &&
-      !clientAuthorizationAssessment(platform_, settings_).mode) {
-    throw HelperClientError(Case::unauthorizedClient);
-  }
-  Request request(platform_, makeConnection(), timeout, std::move(body));
-  co_return co_await request;
-}
-
-template <class Reply>
-Task<Reply> HelperClient::request(double timeout, HelperMessage message) {
-  const Bytes reply = co_await withConnection(timeout, sending(std::move(message)));
-  co_return decodeReply<Reply>(reply);
-}
-
-std::shared_ptr<HelperConnection> HelperClient::makeConnection() const {
-  try {
-    return platform_.helperConnections.makePrivilegedConnection(settings_.helperMachServiceName());
-  } catch (const PlatformError&) {
-    throw HelperClientError::transport(std::current_exception());
-  }
+DetectionResult decodeDetectionResult(std::string_view reply) {
+  return decodeReply<DetectionResult>(reply);
 }
 
 }  // namespace blindfold

@@ -1,65 +1,58 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
-#include "blindfold/config/deployment_settings.h"
 #include "blindfold/helperclient/helper_client_error.h"
-#include "blindfold/helperclient/request.h"
+#include "blindfold/helperclient/run_task.h"
 #include "blindfold/helperclient/task.h"
+#include "blindfold/model/detection.h"
 #include "blindfold/model/hold.h"
-#include "blindfold/platform/platform.h"
 
 namespace blindfold {
 
-/// The long-lived connection that `beginPresence:` keeps open, for clients that announce
-/// themselves. A client sets it up as it stands here; none of its requests uses it.
-struct PresenceState {
-  std::mutex presenceLock;
-  std::shared_ptr<HelperConnection> presenceConnection;
-  std::optional<const HelperConnection*> presenceConnectionID;
-  bool presenceStarted = false;
-  bool presenceStopped = false;
-  double presenceReconnectDelay = 1.0;
-};
+struct HelperClientState;
 
-/// The client of the privileged helper. Every operation is one request: is the helper installed,
-/// may this program ask it (unless that check is skipped), one fresh connection, one message, one
-/// outcome under a time limit. Nothing is retried, and nothing is kept between requests.
+/// The client of the privileged helper. Every operation is one request: it checks that the helper
+/// is installed and, unless the check is skipped, that this program is an authorized client; then
+/// it makes one fresh connection, sends one message and takes one outcome under a time limit.
+/// Nothing is retried, cached or logged.
 ///
-/// Operations are awaited (see `Task`) and go on from the platform's main loop; several may be
-/// under way at once. The client outlives them. They throw `HelperClientError`; a reply that cannot
-/// be decoded is its `transport`, in the decoder's words.
+/// An operation starts when its task runs (see run_task.h), on the thread that runs the task: there
+/// the checks are made and the reply is decoded. Only waiting takes place elsewhere. Several
+/// operations may be under way at once, from several threads. A task may outlive its client;
+/// destroying it gives the request up.
+///
+/// Operations throw `HelperClientError` and nothing else, `hold` excepted. A reply that cannot be
+/// decoded is its `transport`, in the decoder's words.
 class HelperClient {
  public:
-  /// The time limit, in seconds, of requests that only read the helper's state.
+  /// The time limit of requests that only read the helper's state, in seconds.
   const double statusRequestTimeout = 5.0;
-  /// The time limit, in seconds, of requests that change it.
+  /// The time limit of requests that change it, in seconds.
   const double controlRequestTimeout = 12.0;
-  /// Whether requests go out without asking first if this program is an authorized client.
-  const bool skipClientAuthorizationPrecheck;
 
-  /// A client over the platform and the settings of this process. Contacts nothing. `skipPrecheck`
-  /// is what `skipClientAuthorizationPrecheck` becomes.
-  explicit HelperClient(bool skipPrecheck);
+  /// A client with the settings of this process. Contacts nothing.
+  /// `skipClientAuthorizationPrecheck`: whether requests go out without asking first whether this
+  /// program is an authorized client.
+  explicit HelperClient(bool skipClientAuthorizationPrecheck);
 
-  /// A client over a platform and settings that outlive it. Contacts nothing.
-  HelperClient(bool skipPrecheck, const Platform& platform, const DeploymentSettings& settings);
-
+  explicit HelperClient(std::shared_ptr<const HelperClientState> state);
   HelperClient(const HelperClient&) = delete;
   HelperClient& operator=(const HelperClient&) = delete;
-  ~HelperClient() = default;
+  ~HelperClient();
 
-  /// `detectTargets:`. The reply's bytes, as they came: the caller decodes a `DetectionResult`.
-  Task<Bytes> detectTargets(double timeout);
+  /// `detectTargets:`. Yields the reply's bytes as they came; `decodeDetectionResult` reads them.
+  /// `timeout` is in seconds; one that is negative or not a number is none at all.
+  Task<std::string> detectTargets(double timeout);
 
   /// `currentState:`.
   Task<HoldState> currentState();
 
-  /// `hold:withReply:`. Throws the `EncodingError` itself when the request cannot be encoded; no
-  /// connection is made then.
+  /// `hold:withReply:`. Throws `EncodingError` when the request cannot be encoded, which is so for
+  /// a `durationHint` that is not finite; no connection is made then.
   Task<OperationResult> hold(HoldRequest request);
 
   /// `renew:withReply:`. The lease identifier is passed on unchanged.
@@ -78,19 +71,11 @@ class HelperClient {
   Task<OperationResult> unmuteMicrophones();
 
  private:
-  /// One request with a body that sends one message; `timeout` in seconds.
-  Task<Bytes> withConnection(double timeout, MessageBody body);
-
-  /// One request that sends `message` and decodes its reply.
-  template <class Reply>
-  Task<Reply> request(double timeout, HelperMessage message);
-
-  std::shared_ptr<HelperConnection> makeConnection() const;
-
-  const Platform& platform_;
-  const FileManager& fileManager_;
-  const DeploymentSettings& settings_;
-  PresenceState presence_;
+  const std::shared_ptr<const HelperClientState> state_;
 };
+
+/// The detection in the bytes that `HelperClient::detectTargets` yields. Throws `HelperClientError`
+/// `transport` carrying the decoder's error when they hold none.
+DetectionResult decodeDetectionResult(std::string_view reply);
 
 }  // namespace blindfold

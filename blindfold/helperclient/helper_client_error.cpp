@@ -6,8 +6,6 @@
 #include <string_view>
 #include <utility>
 
-#include "blindfold/helperclient/error_description.h"
-
 namespace blindfold {
 namespace {
 
@@ -35,6 +33,16 @@ std::string describePlainCase(Case errorCase) {
 }
 
 }  // namespace
+
+std::string errorDescription(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const std::exception& failure) {
+    return failure.what();
+  } catch (...) {
+    return "An unknown error occurred.";
+  }
+}
 
 HelperClientError::HelperClientError(Case errorCase, std::string description,
                                      std::exception_ptr underlying)

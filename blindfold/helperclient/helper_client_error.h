@@ -5,6 +5,10 @@
 
 namespace blindfold {
 
+/// The description of an error for people: its own `what()`, unchanged, or a general text when it
+/// is no `std::exception`. `error` is not null.
+std::string errorDescription(const std::exception_ptr& error);
+
 /// Every failure of a request to the helper, as its caller sees it. A plain value; copying it
 /// copies a reference to the underlying error.
 class HelperClientError : public std::exception {
@@ -18,7 +22,7 @@ class HelperClientError : public std::exception {
     invalidResponse,
   };
 
-  /// The failure that `underlying` (never null) caused; it speaks in that error's own words.
+  /// The failure that `underlying` (never null) caused; its description is that error's own.
   static HelperClientError transport(std::exception_ptr underlying);
 
   /// The failure of a case without payload: any but `transport`.

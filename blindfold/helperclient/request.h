@@ -1,37 +1,54 @@
 #pragma once
 
-#include <coroutine>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <optional>
 
-#include "blindfold/helperclient/single_outcome.h"
+#include "blindfold/config/deployment_settings.h"
+#include "blindfold/helperclient/task.h"
+#include "blindfold/platform/helper_connection.h"
 #include "blindfold/platform/platform.h"
 
 namespace blindfold {
 
-/// Sends one message on the proxy, with the reply handler that it is given. Called once, while the
-/// request is being set up; a `PlatformError` that it throws ends the request.
+/// The long-lived connection that `beginPresence:` keeps open, for clients that announce
+/// themselves. Set up as it stands here; no request uses it.
+struct PresenceState {
+  std::mutex presenceLock;
+  std::shared_ptr<HelperConnection> presenceConnection;
+  std::optional<const HelperConnection*> presenceConnectionID;
+  bool presenceStarted = false;
+  bool presenceStopped = false;
+  double presenceReconnectDelay = 1.0;
+};
+
+/// The state of a client, shared with its requests so that each may outlive the client.
+struct HelperClientState {
+  /// `usedPlatform` and `usedSettings` outlive the client and its requests.
+  HelperClientState(bool skipPrecheck, const Platform& usedPlatform,
+                    const DeploymentSettings& usedSettings)
+      : platform(usedPlatform),
+        fileManager(usedPlatform.fileManager),
+        settings(usedSettings),
+        skipClientAuthorizationPrecheck(skipPrecheck) {}
+
+  const Platform& platform;
+  const FileManager& fileManager;
+  const DeploymentSettings& settings;
+  const bool skipClientAuthorizationPrecheck;
+  PresenceState presence;
+};
+
+/// Sends one message on the proxy, with the given reply handler. Called once, while the request is
+/// being set up; a `PlatformError` that it throws ends the request.
 using MessageBody = std::function<void(HelperProxy&, ReplyHandler)>;
 
-/// One request over a fresh connection, to be awaited once: `co_await Request(...)` yields the
-/// reply's bytes or throws the `HelperClientError` that ended it. The awaiting coroutine goes on
-/// from the platform's main loop.
-class Request {
- public:
-  /// `connection` has not been resumed; `timeLimit` is in seconds.
-  Request(const Platform& platform, std::shared_ptr<HelperConnection> connection, double timeLimit,
-          MessageBody body);
-
-  bool await_ready() const noexcept { return false; }
-  void await_suspend(std::coroutine_handle<> caller);
-  Bytes await_resume();
-
- private:
-  const Platform& platform_;
-  std::shared_ptr<HelperConnection> connection_;
-  double timeLimit_;
-  MessageBody body_;
-  RequestOutcome outcome_;  // has its meaning once the caller is resumed
-};
+/// One request: checks that the helper is installed and, unless the client skips it, that this
+/// program is authorized, makes a fresh connection, sends one message by `body` and yields the
+/// reply's bytes. Throws `HelperClientError`. `timeout` is in seconds from the moment at which the
+/// connection is started; one that is negative or not a number is none at all.
+Task<Bytes> withConnection(std::shared_ptr<const HelperClientState> client, double timeout,
+                           MessageBody body);
 
 }  // namespace blindfold

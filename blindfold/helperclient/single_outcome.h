@@ -7,42 +7,57 @@
 #include <variant>
 
 #include "blindfold/helperclient/helper_client_error.h"
+#include "blindfold/helperclient/task.h"
 #include "blindfold/platform/helper_connection.h"
 #include "blindfold/platform/timed_work.h"
 
 namespace blindfold {
 
-/// How a request ended: the reply's bytes, or why there are none.
+/// How a request ended: the reply's bytes, or the error in their place.
 using RequestOutcome = std::variant<Bytes, HelperClientError>;
 
-/// The single-outcome rule of one request. Of all that may end it (reply, proxy error, loss of the
-/// connection, time limit) the first does, whatever comes later is dropped without a word, and the
-/// one who waits hears of exactly one.
+/// The single-outcome rule of one request. The first of reply, proxy error, loss of the connection,
+/// time limit and giving up ends the request; whatever comes later is dropped. The caller is
+/// resumed once, or never when it gave up.
 ///
-/// Any thread may call every operation. One lock guards the whole; it is held while the time limit
-/// is cancelled, the connection invalidated and the caller told, which is safe because none of
-/// these calls back.
-class SingleOutcome {
+/// Any thread may call every operation. One lock guards the state; it is held while the time limit
+/// is cancelled and the connection invalidated, which is safe because neither calls a handler. It
+/// is not held while the executor is called.
+class SingleOutcome : public std::enable_shared_from_this<SingleOutcome> {
  public:
-  /// `tellCaller` receives the outcome, once. It must only hand it on (to a queue, say): it is
-  /// called under the lock, on whatever thread the outcome came.
-  SingleOutcome(std::shared_ptr<HelperConnection> connection,
-                std::function<void(RequestOutcome)> tellCaller);
+  /// `resumeCaller` runs on `executor` once there is an outcome, unless `abandon` came first.
+  SingleOutcome(std::shared_ptr<const Executor> executor, std::function<void()> resumeCaller);
+  SingleOutcome(const SingleOutcome&) = delete;
+  SingleOutcome& operator=(const SingleOutcome&) = delete;
 
-  /// From `delay` from now on the outcome is `timeout`, unless there is one already. `self` is
-  /// this object: the time limit keeps it alive until the request ends.
-  static void armTimeLimit(const std::shared_ptr<SingleOutcome>& self, TimedWorkQueue& queue,
-                           std::chrono::nanoseconds delay);
+  /// The connection to invalidate with the outcome; at once when there is an outcome already.
+  void setConnection(std::shared_ptr<HelperConnection> connection);
 
-  /// Ends the request with `outcome` if nothing has ended it before, else does nothing.
+  /// From `delay` from now on the outcome is `timeout`, unless there is one already. The time limit
+  /// keeps this object alive until the request ends.
+  void armTimeLimit(TimedWorkQueue& queue, std::chrono::nanoseconds delay);
+
+  /// Ends the request with `outcome`; does nothing when it has ended.
   void complete(RequestOutcome outcome);
 
+  /// Ends the request without an outcome, if it has not ended; the caller is not resumed from now
+  /// on. Not while the caller is being resumed on another thread.
+  void abandon() noexcept;
+
+  /// The outcome, moved out. Only for the resumed caller, once.
+  RequestOutcome take();
+
  private:
+  void finish() noexcept;
+  void resume();
+
+  const std::shared_ptr<const Executor> executor_;
   std::mutex lock_;
   bool finished_ = false;
+  std::shared_ptr<HelperConnection> connection_;
   std::shared_ptr<WorkItem> timeLimit_;
-  const std::shared_ptr<HelperConnection> connection_;
-  const std::function<void(RequestOutcome)> tellCaller_;
+  RequestOutcome outcome_;
+  std::function<void()> resumeCaller_;  // null once the caller is resumed or has given up
 };
 
 }  // namespace blindfold

@@ -1,36 +1,63 @@
 #pragma once
 
+#include <cassert>
 #include <coroutine>
 #include <exception>
+#include <functional>
+#include <memory>
 #include <utility>
 #include <variant>
 
 namespace blindfold {
+
+/// Takes work and runs it once, later: on a thread of the executor's choice, never inside the call,
+/// and not two pieces of one task at once out of their order. Called on any thread; must not throw.
+/// The work must not throw either.
+using Executor = std::function<void(std::function<void()> work)>;
 
 template <class T>
 class Task;
 
 namespace task_detail {
 
-/// What the promises of all tasks share: who waits, and that finishing resumes the one who waits.
+/// The part of a promise that does not depend on the task's value: the executor on which the task
+/// continues after each wait, null for the main loop, and the coroutine that awaits the task.
 class PromiseBase {
  public:
   struct FinalAwaiter {
     bool await_ready() const noexcept { return false; }
     template <class Promise>
     std::coroutine_handle<> await_suspend(std::coroutine_handle<Promise> finished) const noexcept {
-      return finished.promise().awaiting_;
+      return finished.promise().caller_;
     }
     void await_resume() const noexcept {}
   };
 
   std::suspend_always initial_suspend() const noexcept { return {}; }
   FinalAwaiter final_suspend() const noexcept { return {}; }
-  void setAwaiting(std::coroutine_handle<> awaiting) noexcept { awaiting_ = awaiting; }
+
+  void setCaller(std::coroutine_handle<> caller,
+                 std::shared_ptr<const Executor> executor) noexcept {
+    caller_ = caller;
+    executor_ = std::move(executor);
+  }
+
+  const std::shared_ptr<const Executor>& executor() const noexcept { return executor_; }
 
  private:
-  std::coroutine_handle<> awaiting_ = std::noop_coroutine();
+  std::coroutine_handle<> caller_ = std::noop_coroutine();
+  std::shared_ptr<const Executor> executor_;
 };
+
+/// The executor of the coroutine behind `promise`; null when it is not one of this library's.
+template <class Promise>
+std::shared_ptr<const Executor> executorOf(const Promise& promise) noexcept {
+  if constexpr (requires { promise.executor(); }) {
+    return promise.executor();
+  } else {
+    return nullptr;
+  }
+}
 
 /// Keeps a task's value, or the exception that took its place.
 template <class T>
@@ -64,10 +91,16 @@ class Promise<void> : public PromiseBase {
 
 }  // namespace task_detail
 
-/// An asynchronous operation that ends with a T or an exception. It is lazy: nothing happens until
-/// it is awaited, once, with `co_await std::move(task)`. It runs on the thread that awaits it, and
-/// goes on, after each wait inside it, where that wait resumes it. A task owns its coroutine, and
-/// must outlive it: destroy a task before it is awaited or after it has ended.
+/// An asynchronous operation that ends with a `T` or an exception; the return type of coroutines.
+///
+/// A task is lazy: it starts when it is awaited, which happens once, by `co_await std::move(task)`
+/// in another coroutine or by one of the functions of run_task.h. Within a coroutine it starts on
+/// the awaiting thread; after each wait it continues on the executor of the outermost task.
+///
+/// Destroying a task, awaited or not, gives it up: what it waits for ends at once, nobody is told,
+/// and nothing of it runs afterwards. A task belongs to one thread at a time and must not be
+/// destroyed while another thread runs a piece of it; `start` takes care of that. A moved-from or
+/// awaited task may only be destroyed or assigned to.
 template <class T>
 class [[nodiscard]] Task {
  public:
@@ -76,7 +109,8 @@ class [[nodiscard]] Task {
   explicit Task(std::coroutine_handle<promise_type> coroutine) noexcept : coroutine_(coroutine) {}
   Task(Task&& other) noexcept : coroutine_(std::exchange(other.coroutine_, nullptr)) {}
   Task& operator=(Task&& other) noexcept {
-    std::swap(coroutine_, other.coroutine_);
+    Task dropped(std::move(*this));
+    coroutine_ = std::exchange(other.coroutine_, nullptr);
     return *this;
   }
   Task(const Task&) = delete;
@@ -85,21 +119,26 @@ class [[nodiscard]] Task {
     if (coroutine_) coroutine_.destroy();
   }
 
+  /// Owns the task from the await to its end.
   class Awaiter {
    public:
-    explicit Awaiter(std::coroutine_handle<promise_type> coroutine) : coroutine_(coroutine) {}
+    explicit Awaiter(Task task) noexcept : task_(std::move(task)) {}
     bool await_ready() const noexcept { return false; }
-    std::coroutine_handle<> await_suspend(std::coroutine_handle<> awaiting) const noexcept {
-      coroutine_.promise().setAwaiting(awaiting);
-      return coroutine_;
+    template <class Promise>
+    std::coroutine_handle<> await_suspend(std::coroutine_handle<Promise> caller) const noexcept {
+      task_.coroutine_.promise().setCaller(caller, task_detail::executorOf(caller.promise()));
+      return task_.coroutine_;
     }
-    T await_resume() const { return coroutine_.promise().take(); }
+    T await_resume() const { return task_.coroutine_.promise().take(); }
 
    private:
-    std::coroutine_handle<promise_type> coroutine_;
+    Task task_;
   };
 
-  Awaiter operator co_await() && noexcept { return Awaiter(coroutine_); }
+  Awaiter operator co_await() && noexcept {
+    assert(coroutine_ && "a task is awaited once");
+    return Awaiter(std::move(*this));
+  }
 
  private:
   std::coroutine_handle<promise_type> coroutine_;

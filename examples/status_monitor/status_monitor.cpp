@@ -10,7 +10,7 @@
 
 #include "blindfold/authorization/client_authorization.h"
 #include "blindfold/helperclient/helper_client.h"
-#include "blindfold/helperclient/spawn.h"
+#include "blindfold/helperclient/run_task.h"
 #include "blindfold/platform/platform.h"
 
 namespace {
@@ -51,22 +51,16 @@ void explainRefusal() {
   printLine(std::string(explanations.at(static_cast<std::size_t>(*assessment.failure))));
 }
 
-Task<void> monitor(HelperClient& client) {
-  try {
-    describe(co_await client.currentState());
-    std::exit(EXIT_SUCCESS);
-  } catch (const HelperClientError& error) {
-    printLine(error.errorDescription());
-    if (error.errorCase() == HelperClientError::Case::unauthorizedClient) explainRefusal();
-    std::exit(EXIT_FAILURE);
-  }
-}
-
 }  // namespace
 
 int main() {
-  HelperClient client(/*skipPrecheck=*/false);
-  MainLoop& mainLoop = currentPlatform().mainLoop;
-  spawn(mainLoop, monitor(client));
-  mainLoop.run();
+  HelperClient client(/*skipClientAuthorizationPrecheck=*/false);
+  try {
+    describe(syncWait(client.currentState()));
+    return EXIT_SUCCESS;
+  } catch (const HelperClientError& error) {
+    printLine(error.errorDescription());
+    if (error.errorCase() == HelperClientError::Case::unauthorizedClient) explainRefusal();
+    return EXIT_FAILURE;
+  }
 }

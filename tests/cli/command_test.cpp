@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "blindfold/helperclient/spawn.h"
+#include "blindfold/helperclient/request.h"
+#include "blindfold/helperclient/task_run.h"
 #include "blindfold/model/hold.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "tests/support/fake_platform.h"
@@ -81,9 +82,10 @@ class CommandTest : public testing::Test {
     FakePlatform fake;
     if (!installed) fake.files.executables.clear();
     std::ofstream sent(record, std::ios::trunc);
-    HelperClient client(/*skipPrecheck=*/true, fake.platform, fake.settings);
-    spawn(fake.mainLoop, runCommand(client, commandArguments(static_cast<int>(arguments.size()),
-                                                             arguments.data())));
+    HelperClient client(std::make_shared<const HelperClientState>(
+        /*skipPrecheck=*/true, fake.platform, fake.settings));
+    spawnOn(fake.mainLoop, runCommand(client, commandArguments(static_cast<int>(arguments.size()),
+                                                               arguments.data())));
     for (std::size_t answered = 0;; ++answered) {
       fake.mainLoop.runUntilIdle();
       if (answered == fake.connections.connections().size()) std::abort();

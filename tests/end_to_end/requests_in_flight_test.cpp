@@ -8,6 +8,7 @@
 
 #include "blindfold/config/deployment_settings.h"
 #include "blindfold/helperclient/helper_client.h"
+#include "blindfold/helperclient/request.h"
 #include "blindfold/platform/linux/event_loop.h"
 #include "blindfold/platform/linux/linux_code_signing.h"
 #include "blindfold/platform/linux/linux_file_manager.h"
@@ -47,7 +48,8 @@ TEST_F(RequestsInFlightTest, SixtyFourMixedRequestsEachEndInTheirOwnWay) {
       "muteMic: delay 0.3 close\n"
       "unmuteMic: delay 0.1 error no such microphone\n");
   TestPlatform test(deployment().service);
-  HelperClient client(/*skipPrecheck=*/true, test.platform, test.settings);
+  HelperClient client(std::make_shared<const HelperClientState>(/*skipPrecheck=*/true,
+                                                                test.platform, test.settings));
   std::vector<std::shared_ptr<TaskEnding<HoldState>>> states;
   std::vector<std::shared_ptr<TaskEnding<OperationResult>>> restores;
   std::vector<std::shared_ptr<TaskEnding<OperationResult>>> mutes;

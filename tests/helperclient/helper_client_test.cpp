@@ -1,9 +1,11 @@
 #include "blindfold/helperclient/helper_client.h"
+#include "blindfold/helperclient/request.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -47,6 +49,18 @@ class HelperClientTest : public testing::Test {
     return ending;
   }
 
+  /// Makes this program one that the precheck accepts by its bundle.
+  void authorizeByBundle() {
+    const std::string app = "/Applications/Blindfold.app";
+    const std::string executable = app + "/Contents/MacOS/Blindfold";
+    fake_.bundles.main.dictionary["CFBundleIdentifier"] = std::string("app.blindfold.mac");
+    fake_.bundles.main.executable = FileURL(executable);
+    for (const auto& directory : {app, app + "/Contents", app + "/Contents/MacOS"}) {
+      fake_.files.attributesByPath[directory] = {FileType::directory, 0755};
+    }
+    fake_.files.attributesByPath[executable] = {FileType::regular, 0755};
+  }
+
   FakeHelperConnection& connection() { return *fake_.connections.connections().at(0); }
 
   static std::string text(Case plainCase) {
@@ -54,7 +68,8 @@ class HelperClientTest : public testing::Test {
   }
 
   FakePlatform fake_;
-  HelperClient client_{/*skipPrecheck=*/true, fake_.platform, fake_.settings};
+  HelperClient client_{std::make_shared<const HelperClientState>(/*skipPrecheck=*/true,
+                                                                 fake_.platform, fake_.settings)};
 };
 
 // What a client is made of.
@@ -101,8 +116,51 @@ TEST_F(HelperClientTest, TheConnectionGoesToTheConfiguredService) {
   EXPECT_EQ(fake_.log.calls().at(0), "connect to other.service");
 }
 
+TEST_F(HelperClientTest, AClientWithoutAnInstalledHelperIsNotChecked) {
+  fake_.files.executables.clear();
+  HelperClient checked(std::make_shared<const HelperClientState>(
+      /*skipPrecheck=*/false, fake_.platform, fake_.settings));
+  const auto ending = start(checked.currentState());
+  EXPECT_EQ(describeFailure(*ending), text(Case::helperNotInstalled));
+}
+
+TEST_F(HelperClientTest, AnAuthorizedClientConnects) {
+  authorizeByBundle();
+  HelperClient checked(std::make_shared<const HelperClientState>(
+      /*skipPrecheck=*/false, fake_.platform, fake_.settings));
+  start(checked.currentState());
+  EXPECT_EQ(connection().message(), (HelperMessage{HelperMethod::currentState, NoArgument{}}));
+}
+
+TEST_F(HelperClientTest, TheCheckIsMadeAnewForEachRequest) {
+  authorizeByBundle();
+  HelperClient checked(std::make_shared<const HelperClientState>(
+      /*skipPrecheck=*/false, fake_.platform, fake_.settings));
+  start(checked.currentState());
+  fake_.files.attributesByPath["/Applications/Blindfold.app/Contents"].posixPermissions = 0775;
+  EXPECT_EQ(describeFailure(*start(checked.currentState())), text(Case::unauthorizedClient));
+  fake_.files.attributesByPath["/Applications/Blindfold.app/Contents"].posixPermissions = 0755;
+  start(checked.currentState());
+  EXPECT_EQ(fake_.connections.connections().size(), 2U);
+}
+
+TEST_F(HelperClientTest, TheInstallPathIsLookedAtAnewForEachRequest) {
+  start(client_.currentState());
+  fake_.files.executables.clear();
+  EXPECT_EQ(describeFailure(*start(client_.currentState())), text(Case::helperNotInstalled));
+}
+
+TEST_F(HelperClientTest, TheCallerContinuesFromTheMainLoopNeverInsideAHandler) {
+  const auto ending = start(client_.currentState());
+  connection().reply(idleState);
+  EXPECT_EQ(ending->count, 0);
+  fake_.mainLoop.runUntilIdle();
+  EXPECT_EQ(ending->count, 1);
+}
+
 TEST_F(HelperClientTest, AnUnauthorizedClientMakesNoConnection) {
-  HelperClient checked(/*skipPrecheck=*/false, fake_.platform, fake_.settings);
+  HelperClient checked(std::make_shared<const HelperClientState>(/*skipPrecheck=*/false,
+                                                                 fake_.platform, fake_.settings));
   const auto ending = start(checked.currentState());
   EXPECT_EQ(describeFailure(*ending), text(Case::unauthorizedClient));
   EXPECT_TRUE(fake_.log.calls().empty());

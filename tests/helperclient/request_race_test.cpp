@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "blindfold/helperclient/helper_client.h"
+#include "blindfold/helperclient/request.h"
 #include "tests/support/fake_platform.h"
 #include "tests/support/task_ending.h"
 
@@ -43,7 +44,8 @@ const std::array<Fire, 5> contenders{
 
 TEST(RequestRaceTest, AHundredThousandRequestsWithAllEventsAtOnceEndOnceEach) {
   FakePlatform fake;
-  HelperClient client(/*skipPrecheck=*/true, fake.platform, fake.settings);
+  HelperClient client(std::make_shared<const HelperClientState>(/*skipPrecheck=*/true,
+                                                                fake.platform, fake.settings));
   Round round;
   bool over = false;
   std::barrier gate(std::ssize(contenders) + 1);

@@ -89,7 +89,7 @@ TEST(SpawnDeathTest, AnExceptionThatLeavesASpawnedTaskEndsTheProcess) {
   EXPECT_DEATH(
       {
         FakeMainLoop mainLoop;
-        spawn(mainLoop, []() -> Task<void> {
+        spawnOn(mainLoop, []() -> Task<void> {
           throw std::runtime_error("nobody listens");
           co_return;
         }());

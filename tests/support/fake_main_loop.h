@@ -23,6 +23,8 @@ class FakeMainLoop final : public MainLoop {
     while (auto work = takeFirst()) work();
   }
 
+  void serveElsewhere() override {}
+
   [[noreturn]] void run() override {
     runUntilIdle();
     std::abort();  // A program that waits for nothing would hang here.

@@ -6,12 +6,12 @@
 #include <string>
 #include <utility>
 
-#include "blindfold/helperclient/spawn.h"
 #include "blindfold/helperclient/task.h"
+#include "blindfold/helperclient/task_run.h"
 
 namespace blindfold {
 
-/// How a task ended, and how often it was seen to end.
+/// The end of a task, and the number of times it was seen to end.
 template <class T>
 struct TaskEnding {
   std::optional<T> value;
@@ -29,11 +29,11 @@ Task<void> recordEnding(Task<T> task, std::shared_ptr<TaskEnding<T>> ending) {
   ++ending->count;
 }
 
-/// Starts the task on the loop and keeps book of its end.
+/// Starts the task on the loop and records its end.
 template <class T>
 std::shared_ptr<TaskEnding<T>> startTask(MainLoop& mainLoop, Task<T> task) {
   auto ending = std::make_shared<TaskEnding<T>>();
-  spawn(mainLoop, recordEnding(std::move(task), ending));
+  spawnOn(mainLoop, recordEnding(std::move(task), ending));
   return ending;
 }
 

@@ -1,161 +1,382 @@
 #include "blindfold/platform/linux/event_loop.h"
 
 #include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/single_threaded.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cassert>
-#include <chrono>
+#include <cerrno>
 #include <climits>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <mutex>
+#include <thread>
 #include <utility>
 #include <vector>
+
+#include "blindfold/platform/linux/file_descriptor.h"
 
 namespace blindfold {
 namespace {
 
-// CLOCK_MONOTONIC.
+/// On Linux CLOCK_MONOTONIC.
 using Clock = std::chrono::steady_clock;
+using Work = std::function<void()>;
 using Handler = std::function<void(short)>;
 
-class TimedItem;
-
-// By their deadlines; those of one deadline in the order of scheduling.
-using Timetable = std::multimap<Clock::time_point, std::shared_ptr<TimedItem>>;
-
-class TimedItem final : public WorkItem {
- public:
-  explicit TimedItem(std::function<void()> work) : work_(std::move(work)) {}
-
-  void cancel() override {
-    const auto self = leaveTimetable();
-    const auto dropped = takeWork();
-  }
-
-  // The work, which is now the caller's alone.
-  std::function<void()> takeWork() { return std::exchange(work_, nullptr); }
-
-  void enterTimetable(Timetable& timetable, Timetable::iterator place) {
-    timetable_ = &timetable;
-    place_ = place;
-  }
-
-  // Returns the timetable's reference to this item, if it had one.
-  std::shared_ptr<TimedItem> leaveTimetable() {
-    if (timetable_ == nullptr) return nullptr;
-    auto self = std::move(place_->second);
-    std::exchange(timetable_, nullptr)->erase(place_);
-    return self;
-  }
-
- private:
-  std::function<void()> work_;
-  Timetable* timetable_ = nullptr;  // while the item waits in it
-  Timetable::iterator place_;
-};
-
-// poll's timeout that ends no earlier than `deadline`.
+/// The timeout of poll that ends no earlier than `deadline`, in milliseconds.
 int millisecondsUntil(Clock::time_point deadline) {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
   return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
 }
 
-}  // namespace
+/// Runs and destroys `work` without the lock.
+void runUnlocked(std::unique_lock<std::mutex>& lock, Work work) {
+  lock.unlock();
+  work();
+  work = nullptr;
+  lock.lock();
+}
 
-class EventLoop::State {
+/// Keeps signals from the calling thread, and so from threads that it starts meanwhile.
+class AllSignalsBlocked {
  public:
-  // What is dropped here may call the loop once more as it goes.
-  void dropEverything() {
-    const auto posted = std::exchange(posted_, {});
-    const auto watches = std::exchange(watches_, {});
-    while (!timetable_.empty()) timetable_.begin()->second->cancel();
+  AllSignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
   }
-
-  void post(std::function<void()> work) { posted_.push_back(std::move(work)); }
-
-  std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay, std::function<void()> work) {
-    const auto item = std::make_shared<TimedItem>(std::move(work));
-    const auto bounded = std::clamp(delay, std::chrono::nanoseconds::zero(), maximumDelay);
-    item->enterTimetable(timetable_, timetable_.emplace(Clock::now() + bounded, item));
-    return item;
-  }
-
-  void watch(int descriptor, short events, Handler handler) {
-    const auto shared = std::make_shared<const Handler>(std::move(handler));
-    const auto replaced = std::exchange(watches_[descriptor], {nextSerial_++, events, shared});
-  }
-
-  void unwatch(int descriptor) { const auto dropped = watches_.extract(descriptor); }
-
-  // Waits for the descriptors, and no longer than until other work is to be done.
-  void serveDescriptors() {
-    const int timeout = pollTimeout();
-    if (watches_.empty() && timeout == 0) return;
-    polled_.clear();
-    serials_.clear();
-    for (const auto& [descriptor, watch] : watches_) {
-      polled_.push_back({descriptor, watch.events, 0});
-      serials_.push_back(watch.serial);
-    }
-    // After a failure, and a signal is one, nothing is known to be ready.
-    if (poll(polled_.data(), polled_.size(), timeout) <= 0) return;
-    for (std::size_t i = 0; i < polled_.size(); ++i) {
-      if (polled_[i].revents != 0) callHandler(polled_[i], serials_[i]);
-    }
-  }
-
-  void runDueWork() {
-    const auto now = Clock::now();
-    while (!timetable_.empty() && timetable_.begin()->first <= now) {
-      const auto item = timetable_.begin()->second->leaveTimetable();
-      const auto work = item->takeWork();
-      work();
-    }
-  }
-
-  void runPostedWork() {
-    for (auto left = posted_.size(); left > 0; --left) {
-      const auto work = std::move(posted_.front());
-      posted_.pop_front();
-      work();
-    }
-  }
+  AllSignalsBlocked(const AllSignalsBlocked&) = delete;
+  AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+  ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
  private:
+  sigset_t before_{};
+};
+
+/// Takes the first piece of work off `queue`.
+Work takeFirst(std::deque<Work>& queue) {
+  auto first = std::move(queue.front());
+  queue.pop_front();
+  return first;
+}
+
+}  // namespace
+
+/// The loop's state; its own threads and its timed work share it. One lock guards all of it.
+class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
+ public:
+  explicit State(Server server)
+      : startsThread_(server == Server::firstToServe),
+        server_(startsThread_ ? std::thread::id() : std::this_thread::get_id()),
+        mainThread_(server_) {}
+
+  void end();
+  void post(Work work);
+  void enterMainThread();
+  void runMainRound();
+  void serveElsewhere();
+  std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay, Work work);
+  void perform(Work work);
+  void watch(int descriptor, short events, Handler handler);
+  void unwatch(int descriptor);
+
+ private:
+  using Lock = std::unique_lock<std::mutex>;
+  class TimedItem;
+  /// By deadline; items of one deadline in the order of scheduling.
+  using Timetable = std::multimap<Clock::time_point, std::shared_ptr<TimedItem>>;
+
   struct Watch {
-    std::uint64_t serial = 0;  // tells this watch from a later one of the same descriptor
+    std::uint64_t serial = 0;  ///< Tells this watch from a later one of the same descriptor.
     short events = 0;
-    std::shared_ptr<const Handler> handler;  // shared with the call that is under way
+    std::shared_ptr<const Handler> handler;  ///< Shared with the call that is under way.
   };
 
-  int pollTimeout() const {
-    if (!posted_.empty()) return 0;
-    if (timetable_.empty()) return -1;
-    return millisecondsUntil(timetable_.begin()->first);
-  }
+  /// The descriptors of one wait.
+  struct Polled {
+    std::vector<pollfd> descriptors;
+    std::vector<std::uint64_t> serials;  ///< Of the watches behind `descriptors`.
+  };
 
-  // An earlier handler of the round may have ended or replaced the watch.
-  void callHandler(const pollfd& ready, std::uint64_t serial) {
-    const auto watch = watches_.find(ready.fd);
-    if (watch == watches_.end() || watch->second.serial != serial) return;
-    const auto handler = watch->second.handler;
-    (*handler)(ready.revents);
-  }
+  bool isServer() const { return server_ == std::this_thread::get_id(); }
+  void startThread();
+  void serveThread();
+  void serveRound(Lock& lock);
+  void wakeServer();
+  int pollTimeout() const;
+  void waitForDescriptors(Lock& lock);
+  void callHandler(Lock& lock, const pollfd& ready, std::uint64_t serial);
+  void runDueWork(Lock& lock);
 
-  std::deque<std::function<void()>> posted_;
+  const bool startsThread_;
+  std::mutex lock_;
+  std::thread::id server_;      // none until somebody serves
+  std::thread::id mainThread_;  // the one that runs posted work; none until there is one
+  bool isWaiting_ = false;      // the server is in poll
+  bool isEnding_ = false;
+  std::vector<std::thread> threads_;  // the loop's own, those that have ended included
+  FileDescriptor wakeDescriptor_;     // an eventfd, from when there is more than one thread
+  std::condition_variable posting_;   // for a main thread that does not serve
+
+  std::deque<Work> posted_;
+  std::deque<Work> performed_;
   Timetable timetable_;
   std::map<int, Watch> watches_;
   std::uint64_t nextSerial_ = 0;
-  std::vector<pollfd> polled_;          // of the present round
-  std::vector<std::uint64_t> serials_;  // of the watches behind polled_
+  Polled polled_;  // of the server
 };
 
-EventLoop::EventLoop() : state_(std::make_unique<State>()) {}
+/// An item is in the timetable until it is cancelled or its work is taken to be run.
+class EventLoop::State::TimedItem final : public WorkItem {
+ public:
+  TimedItem(std::weak_ptr<State> state, Work work)
+      : state_(std::move(state)), work_(std::move(work)) {}
+
+  void cancel() override {
+    Work dropped;
+    const auto state = state_.lock();
+    if (!state) return;
+    const Lock guard(state->lock_);
+    if (!isWaiting_) return;
+    isWaiting_ = false;
+    state->timetable_.erase(entry_);
+    std::swap(dropped, work_);
+  }
+
+  /// With the lock held.
+  void enter(Timetable::iterator entry) {
+    entry_ = entry;
+    isWaiting_ = true;
+  }
+
+  /// With the lock held.
+  Work leave() {
+    isWaiting_ = false;
+    return std::exchange(work_, nullptr);
+  }
+
+ private:
+  const std::weak_ptr<State> state_;
+  Work work_;
+  Timetable::iterator entry_;  // while it waits
+  bool isWaiting_ = false;
+};
+
+void EventLoop::State::end() {
+  std::vector<std::thread> threads;
+  {
+    const Lock guard(lock_);
+    isEnding_ = true;
+    wakeServer();
+    std::swap(threads, threads_);
+  }
+  for (std::thread& thread : threads) thread.join();
+  // Work that is dropped may call the loop once more as it is destroyed.
+  for (;;) {
+    std::deque<Work> posted;
+    std::deque<Work> performed;
+    Timetable timetable;
+    std::map<int, Watch> watches;
+    std::vector<Work> timed;
+    {
+      const Lock guard(lock_);
+      std::swap(posted, posted_);
+      std::swap(performed, performed_);
+      std::swap(timetable, timetable_);
+      std::swap(watches, watches_);
+      for (const auto& [deadline, item] : timetable) timed.push_back(item->leave());
+    }
+    if (posted.empty() && performed.empty() && timetable.empty() && watches.empty()) return;
+  }
+}
+
+void EventLoop::State::post(Work work) {
+  const Lock guard(lock_);
+  posted_.push_back(std::move(work));
+  if (server_ == mainThread_) {
+    wakeServer();
+  } else {
+    posting_.notify_one();
+  }
+}
+
+void EventLoop::State::perform(Work work) {
+  {
+    const Lock guard(lock_);
+    if (!isServer()) {
+      performed_.push_back(std::move(work));
+      if (server_ == std::thread::id() && startsThread_) startThread();
+      return wakeServer();
+    }
+  }
+  work();
+}
+
+std::shared_ptr<WorkItem> EventLoop::State::schedule(std::chrono::nanoseconds delay, Work work) {
+  const auto bounded = std::clamp<std::chrono::nanoseconds>(delay, delay.zero(), maximumDelay);
+  const auto item = std::make_shared<TimedItem>(weak_from_this(), std::move(work));
+  const Lock guard(lock_);
+  item->enter(timetable_.emplace(Clock::now() + bounded, item));
+  if (!isServer()) {
+    if (server_ == std::thread::id() && startsThread_) startThread();
+    wakeServer();
+  }
+  return item;
+}
+
+void EventLoop::State::watch(int descriptor, short events, Handler handler) {
+  auto shared = std::make_shared<const Handler>(std::move(handler));
+  Watch replaced;
+  const Lock guard(lock_);
+  assert(isServer());
+  replaced = std::exchange(watches_[descriptor], {nextSerial_++, events, std::move(shared)});
+}
+
+void EventLoop::State::unwatch(int descriptor) {
+  decltype(watches_)::node_type dropped;
+  const Lock guard(lock_);
+  dropped = watches_.extract(descriptor);
+}
+
+void EventLoop::State::serveElsewhere() {
+  const Lock guard(lock_);
+  if (server_ == std::thread::id() || isServer() || server_ == mainThread_) startThread();
+}
+
+/// Makes a new thread of the loop's own the server. The former server, if there is one, finishes
+/// its round. With the lock held.
+void EventLoop::State::startThread() {
+  assert(startsThread_);
+  const AllSignalsBlocked signalsAreForThePrograms;
+  threads_.emplace_back([state = shared_from_this()] { state->serveThread(); });
+  server_ = threads_.back().get_id();
+  wakeServer();
+}
+
+void EventLoop::State::serveThread() {
+  Lock lock(lock_);
+  while (!isEnding_ && isServer()) serveRound(lock);
+}
+
+/// Makes the calling thread the one that runs posted work, and the server if there is none.
+void EventLoop::State::enterMainThread() {
+  const Lock guard(lock_);
+  mainThread_ = std::this_thread::get_id();
+  if (server_ == std::thread::id()) server_ = mainThread_;
+}
+
+/// Serves, or waits for posted work where another thread serves; then runs posted work.
+void EventLoop::State::runMainRound() {
+  Lock lock(lock_);
+  assert(mainThread_ == std::this_thread::get_id());
+  if (isServer()) {
+    serveRound(lock);
+  } else {
+    posting_.wait(lock, [&] { return !posted_.empty(); });
+  }
+  for (auto left = posted_.size(); left > 0 && !posted_.empty(); --left) {
+    runUnlocked(lock, takeFirst(posted_));
+  }
+}
+
+void EventLoop::State::serveRound(Lock& lock) {
+  waitForDescriptors(lock);
+  while (!performed_.empty()) runUnlocked(lock, takeFirst(performed_));
+  runDueWork(lock);
+}
+
+/// Ends the server's wait. With the lock held. Without a wake descriptor the server entered its
+/// wait as the process's only thread, so that no other thread can call this before the wait ends.
+void EventLoop::State::wakeServer() {
+  if (!isWaiting_ || !wakeDescriptor_) return;
+  isWaiting_ = false;
+  const std::uint64_t one = 1;
+  while (write(wakeDescriptor_.get(), &one, sizeof one) < 0 && errno == EINTR) {
+  }
+}
+
+/// Waits for the descriptors, and no longer than until other work is to be done, then calls the
+/// handlers of those that are ready.
+void EventLoop::State::waitForDescriptors(Lock& lock) {
+  const int timeout = pollTimeout();
+  if (__libc_single_threaded == 0 && !wakeDescriptor_) {
+    wakeDescriptor_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  }
+  if (watches_.empty() && timeout == 0) return;
+
+  Polled polled = std::exchange(polled_, {});
+  polled.descriptors.clear();
+  polled.serials.clear();
+  for (const auto& [descriptor, watch] : watches_) {
+    polled.descriptors.push_back({descriptor, watch.events, 0});
+    polled.serials.push_back(watch.serial);
+  }
+  const std::size_t watched = polled.serials.size();
+  if (wakeDescriptor_) polled.descriptors.push_back({wakeDescriptor_.get(), POLLIN, 0});
+  isWaiting_ = true;
+  lock.unlock();
+  const int count = poll(polled.descriptors.data(), polled.descriptors.size(), timeout);
+  lock.lock();
+  isWaiting_ = false;
+  // After a failure, and a signal is one, nothing is known to be ready.
+  if (count > 0) {
+    if (polled.descriptors.back().revents != 0 && polled.descriptors.size() > watched) {
+      std::uint64_t wakes = 0;
+      (void)!read(wakeDescriptor_.get(), &wakes, sizeof wakes);
+    }
+    for (std::size_t i = 0; i < watched; ++i) {
+      if (polled.descriptors[i].revents != 0) {
+        callHandler(lock, polled.descriptors[i], polled.serials[i]);
+      }
+    }
+  }
+  polled_ = std::move(polled);
+}
+
+int EventLoop::State::pollTimeout() const {
+  const bool hasPosted = server_ == mainThread_ && !posted_.empty();
+  if (hasPosted || !performed_.empty() || isEnding_ || !isServer()) return 0;
+  if (timetable_.empty()) return -1;
+  return millisecondsUntil(timetable_.begin()->first);
+}
+
+/// An earlier handler of the round may have ended or replaced the watch.
+void EventLoop::State::callHandler(Lock& lock, const pollfd& ready, std::uint64_t serial) {
+  const auto watch = watches_.find(ready.fd);
+  if (watch == watches_.end() || watch->second.serial != serial) return;
+  auto handler = watch->second.handler;
+  lock.unlock();
+  (*handler)(ready.revents);
+  handler = nullptr;
+  lock.lock();
+}
+
+void EventLoop::State::runDueWork(Lock& lock) {
+  const auto now = Clock::now();
+  while (!timetable_.empty() && timetable_.begin()->first <= now) {
+    auto item = std::move(timetable_.begin()->second);
+    timetable_.erase(timetable_.begin());
+    Work work = item->leave();
+    lock.unlock();
+    work();
+    work = nullptr;
+    item = nullptr;
+    lock.lock();
+  }
+}
+
+EventLoop::EventLoop(Server server) : state_(std::make_shared<State>(server)) {}
 
 EventLoop::~EventLoop() {
-  state_->dropEverything();
+  state_->end();
 }
 
 void EventLoop::post(std::function<void()> work) {
@@ -163,19 +384,25 @@ void EventLoop::post(std::function<void()> work) {
 }
 
 void EventLoop::run() {
+  state_->enterMainThread();
   for (;;) runRound();
 }
 
 void EventLoop::runRound() {
-  state_->serveDescriptors();
-  state_->runDueWork();
-  state_->runPostedWork();
+  state_->runMainRound();
+}
+
+void EventLoop::serveElsewhere() {
+  state_->serveElsewhere();
 }
 
 std::shared_ptr<WorkItem> EventLoop::schedule(std::chrono::nanoseconds delay,
                                               std::function<void()> work) {
-  assert(work);
   return state_->schedule(delay, std::move(work));
+}
+
+void EventLoop::perform(std::function<void()> work) {
+  state_->perform(std::move(work));
 }
 
 void EventLoop::watch(int descriptor, short events, std::function<void(short)> handler) {

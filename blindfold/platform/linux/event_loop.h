@@ -9,42 +9,63 @@
 
 namespace blindfold {
 
-/// One thread's loop over poll(2): posted work, timed work and file descriptors. Everything is
-/// called on that thread, so nothing here locks. Work and handlers may call every operation of the
-/// loop but the two that run it, and must not throw. Each is let go of as soon as it has run or
-/// can run no more.
+/// A loop over poll(2): timed work, file descriptors and the main loop's posted work.
+///
+/// One thread at a time is the loop's server: it waits in poll, runs timed work and calls handlers.
+/// Every operation may be called on any thread, except where it says otherwise. Work and handlers
+/// run without a lock, may call every operation but `run` and `runRound`, and must not throw. Each
+/// is destroyed as soon as it has run or can run no more.
+///
+/// A process of one thread pays for none of this with a system call: the descriptor that wakes the
+/// server exists only once there is another thread.
 class EventLoop final : public MainLoop, public TimedWorkQueue {
  public:
-  EventLoop();
+  /// The thread that becomes the server.
+  enum class Server {
+    /// The one that makes the loop, and calls `run` or `runRound`.
+    maker,
+    /// The one that calls `run`; a thread of the loop's own when work comes before that.
+    firstToServe,
+  };
 
-  /// Lets go of all work and all handlers without calling them.
+  explicit EventLoop(Server server = Server::maker);
+
+  /// Ends and joins the loop's own threads, and drops all work and handlers without calling them.
   ~EventLoop() override;
 
   /// Work that is posted by posted work runs in the next round, which does not wait.
   void post(std::function<void()> work) override;
 
+  /// Runs posted work on the calling thread, which also becomes the server if there is none.
   [[noreturn]] void run() override;
 
-  /// One round: waits until there is something to do, calls the handlers of the descriptors that
-  /// are ready, runs the timed work that is due, and runs the posted work. In this order an answer
-  /// that arrived before its time limit counts, even when the process was stopped in between.
+  void serveElsewhere() override;
+
+  /// One round of the server: waits until there is something to do, calls the handlers of the
+  /// descriptors that are ready, runs the timed work that is due, then the posted work. In this
+  /// order an answer that arrived before its time limit counts, even when the process was stopped
+  /// in between. Only for the server.
   void runRound();
 
   std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay,
                                      std::function<void()> work) override;
 
+  /// Runs `work` on the server: at once when that is the calling thread, in its next round
+  /// otherwise.
+  void perform(std::function<void()> work);
+
   /// Calls `handler` with poll's `revents` whenever `descriptor` is ready for `events` (POLLIN,
   /// POLLOUT) or has failed, until it is unwatched. Watching it again replaces both. The caller
-  /// keeps the descriptor and unwatches it before closing it.
+  /// owns the descriptor and unwatches it before closing it. Only for the server.
   void watch(int descriptor, short events, std::function<void(short revents)> handler);
 
-  /// Ends the watch of `descriptor`; its handler is not called again. One that is not watched is
-  /// fine.
+  /// Ends the watch of `descriptor`, if there is one; its handler is not called again. Only for the
+  /// server.
   void unwatch(int descriptor);
 
  private:
   class State;
-  std::unique_ptr<State> state_;
+  const std::shared_ptr<State> state_;
 };
 
 }  // namespace blindfold

@@ -79,21 +79,34 @@ class LinuxHelperConnection final : public HelperConnection,
   ~LinuxHelperConnection() override { closeSocket(); }
 
   void setInvalidationHandler(std::function<void()> handler) override {
-    invalidationHandler_ = std::move(handler);
+    onServer([handler = std::move(handler)](LinuxHelperConnection& self) mutable {
+      self.invalidationHandler_ = std::move(handler);
+    });
   }
 
   void setInterruptionHandler(std::function<void()> handler) override {
-    interruptionHandler_ = std::move(handler);
+    onServer([handler = std::move(handler)](LinuxHelperConnection& self) mutable {
+      self.interruptionHandler_ = std::move(handler);
+    });
   }
 
   void resume() override;
   std::unique_ptr<HelperProxy> remoteObjectProxy(ProxyErrorHandler errorHandler) override;
-  void invalidate() noexcept override { becomeInvalid(); }
+  void invalidate() noexcept override {
+    onServer([](LinuxHelperConnection& self) { self.becomeInvalid(); });
+  }
 
-  // Sends the connection's one message.
+  /// Sends the connection's one message.
   void send(const HelperMessage& message, ReplyHandler reply, ProxyErrorHandler errorHandler);
 
  private:
+  /// Runs `work` on the loop's server, where all of the connection's state is used.
+  template <class Work>
+  void onServer(Work work) {
+    loop_.perform([self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
+  }
+
+  void start();
   void connect();
   void startTalking();
   void transmit();
@@ -140,6 +153,10 @@ class LinuxHelperProxy final : public HelperProxy {
 };
 
 void LinuxHelperConnection::resume() {
+  onServer([](LinuxHelperConnection& self) { self.start(); });
+}
+
+void LinuxHelperConnection::start() {
   if (isInvalid_ || std::exchange(isResumed_, true)) return;
   socket_ = openSocket();
   connect();
@@ -151,7 +168,9 @@ void LinuxHelperConnection::connect() {
   const auto* const generic = reinterpret_cast<const sockaddr*>(&*address);
   if (::connect(socket_.get(), generic, sizeof *address) == 0) return startTalking();
   if (!shouldTryAgain(errno)) return becomeInvalid();
-  nextTry_ = loop_.schedule(connectionRetryDelay, [this] { connect(); });
+  nextTry_ = loop_.schedule(connectionRetryDelay, [connection = weak_from_this()] {
+    if (const auto self = connection.lock()) self->connect();
+  });
 }
 
 void LinuxHelperConnection::startTalking() {
@@ -162,18 +181,22 @@ void LinuxHelperConnection::startTalking() {
 
 std::unique_ptr<HelperProxy> LinuxHelperConnection::remoteObjectProxy(
     ProxyErrorHandler errorHandler) {
-  assert(isResumed_);
   return std::make_unique<LinuxHelperProxy>(shared_from_this(), std::move(errorHandler));
 }
 
 void LinuxHelperConnection::send(const HelperMessage& message, ReplyHandler reply,
                                  ProxyErrorHandler errorHandler) {
-  if (std::exchange(hasMessage_, true)) throw PlatformError("A connection carries one message.");
-  if (!socket_) return;  // nobody will answer, and a handler that says so has its turn
-  outgoing_ = encodeFrame({FrameKind::request, encodeMessage(message)});
-  replyHandler_ = std::move(reply);
-  errorHandler_ = std::move(errorHandler);
-  if (isConnected_) transmit();
+  onServer([frame = encodeFrame({FrameKind::request, encodeMessage(message)}),
+            reply = std::move(reply),
+            errorHandler = std::move(errorHandler)](LinuxHelperConnection& self) mutable {
+    assert(!self.hasMessage_ && "a connection carries one message");
+    self.hasMessage_ = true;
+    if (!self.socket_) return;  // nobody will answer, and a handler that says so has its turn
+    self.outgoing_ = std::move(frame);
+    self.replyHandler_ = std::move(reply);
+    self.errorHandler_ = std::move(errorHandler);
+    if (self.isConnected_) self.transmit();
+  });
 }
 
 // Writes what the socket takes, and waits for room for the rest and for what the helper says.
@@ -192,11 +215,13 @@ void LinuxHelperConnection::transmit() {
   }
   const bool isWritten = written_ == outgoing_.size();
   loop_.watch(socket_.get(), static_cast<short>(isWritten ? POLLIN : POLLIN | POLLOUT),
-              [this](short revents) { serve(revents); });
+              [connection = weak_from_this()](short revents) {
+                // Kept alive meanwhile: a handler may release the connection.
+                if (const auto self = connection.lock()) self->serve(revents);
+              });
 }
 
 void LinuxHelperConnection::serve(short revents) {
-  const auto self = shared_from_this();  // a handler may let go of the connection
   if ((revents & ~POLLOUT) != 0) receive();
   if ((revents & POLLOUT) != 0 && socket_) transmit();
 }
@@ -243,7 +268,7 @@ void LinuxHelperConnection::becomeInterrupted() {
 void LinuxHelperConnection::becomeInvalid() {
   if (std::exchange(isInvalid_, true)) return;
   closeSocket();
-  loop_.post([connection = weak_from_this()] {
+  loop_.schedule({}, [connection = weak_from_this()] {
     if (const auto self = connection.lock()) self->finish();
   });
 }

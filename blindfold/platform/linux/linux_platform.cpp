@@ -14,7 +14,7 @@ struct LinuxPlatform {
   LinuxFileManager fileManager;
   LinuxBundleProvider bundles;
   LinuxCodeSigning codeSigning;
-  EventLoop loop;
+  EventLoop loop{EventLoop::Server::firstToServe};
   LinuxHelperConnectionProvider helperConnections{loop};
   const Platform platform{fileManager, bundles, codeSigning, helperConnections, loop, loop};
 };

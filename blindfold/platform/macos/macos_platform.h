@@ -48,6 +48,8 @@ class XPCHelperConnectionProvider final : public HelperConnectionProvider {
 class DispatchMainLoop final : public MainLoop {
  public:
   void post(std::function<void()> work) override;
+  /// Does nothing: dispatch serves connections and timed work on threads of its own.
+  void serveElsewhere() override {}
   [[noreturn]] void run() override;
 };
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "blindfold/helperclient/helper_client.h"
+#include "blindfold/helperclient/request.h"
 #include "blindfold/platform/macos/macos_platform.h"
 #include "dispatch_stand_in.h"
 #include "events.h"
@@ -105,7 +106,8 @@ class ClientRequestTest : public testing::Test {
                            connections_, mainLoop_, timedWork_};
   const std::unique_ptr<Bundle> bundle_ = makeBundle();
   const DeploymentSettings settings_{*bundle_, fileManager_};
-  HelperClient client_{/*skipPrecheck=*/true, platform_, settings_};
+  HelperClient client_{
+      std::make_shared<const HelperClientState>(/*skipPrecheck=*/true, platform_, settings_)};
   Events events_;
   InProcessService::Reply heldReply_;
 };
@@ -205,7 +207,8 @@ TEST_F(ClientRequestTest, AMissingHelperIsNotAskedFor) {
 }
 
 TEST_F(ClientRequestTest, ThePrecheckReadsTheSignaturesAndRefuses) {
-  HelperClient careful(/*skipPrecheck=*/false, platform_, settings_);
+  HelperClient careful(
+      std::make_shared<const HelperClientState>(/*skipPrecheck=*/false, platform_, settings_));
   EXPECT_EQ(failureOf(careful.currentState()),
             "This app copy is not authorized to control the installed protection service.");
   EXPECT_EQ(SecurityStandIn::shared().staticCodePath, directory_.path() + "/helper");
