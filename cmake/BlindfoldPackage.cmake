@@ -16,12 +16,9 @@ set(clientHeaders
   model/detection.h
   model/enumerations.h
   model/hold.h
-  model/instant.h
-  model/json/decoding_error.h
-  model/json/encoding_error.h
+  model/json/coding_error.h
   model/json/json_decoder.h
   model/record.h
-  model/record_hash.h
   platform/bundle.h
   platform/code_signing.h
   platform/dictionary_value.h
@@ -32,7 +29,8 @@ set(clientHeaders
   platform/main_loop.h
   platform/platform.h
   platform/platform_error.h
-  platform/timed_work.h)
+  platform/timed_work.h
+  text/enumeration_table.h)
 list(TRANSFORM clientHeaders PREPEND "${PROJECT_SOURCE_DIR}/blindfold/")
 
 add_library(blindfold_client STATIC)

@@ -7,7 +7,7 @@
 #include <utility>
 #include <variant>
 
-#include "blindfold/model/json/decoding_error.h"
+#include "blindfold/model/json/coding_error.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
 

@@ -10,7 +10,7 @@
 
 #include "blindfold/model/detection.h"
 #include "blindfold/model/hold.h"
-#include "blindfold/model/instant.h"
+#include "blindfold/model/record.h"
 
 namespace blindfold {
 

@@ -74,14 +74,9 @@ HoldRequest makeBuiltInHoldRequest(const std::vector<CameraInfo>& cameras,
   }
   if (resolvedTargets.empty()) throw CLIError::noResolvedTargets();
 
-  return HoldRequest{
-      .cameraID = camera->id,
-      .kind = CameraKind::builtIn,
-      .targets = resolvedTargets,
-      .captureWasActiveAtRequestTime = captureIsActive(*camera, resolvedTargets),
-      .durationHint = holdDurationHint,
-      .correlationSnapshot = makeCorrelationSnapshot(serviceStates),
-  };
+  return {camera->id,       CameraKind::builtIn,
+          resolvedTargets,  captureIsActive(*camera, resolvedTargets),
+          holdDurationHint, makeCorrelationSnapshot(serviceStates)};
 }
 
 }  // namespace blindfold

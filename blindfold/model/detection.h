@@ -3,25 +3,28 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
 #include "blindfold/model/enumerations.h"
 #include "blindfold/model/record.h"
-#include "blindfold/model/record_hash.h"
 
-/// What the helper found when asked to detect cameras and the launchd services behind them.
+/// The helper's answer to a detection request: the cameras, and the launchd services behind them.
 ///
-/// In every record a required field has no initialiser, so that the compiler insists on it.
+/// A required field of an aggregate has no initialiser, so that the compiler demands one.
 namespace blindfold {
 
-/// One camera device, as the helper sees it.
+/// The identifier of a launchd service, "system:com.example.label". The label is not escaped.
+std::string serviceID(ServiceDomain domain, std::string_view label);
+
+/// A camera device.
 struct CameraInfo {
   std::string id;
   std::string localizedName;
   std::string modelID;
   std::string uniqueID;
-  std::string transportType;  ///< Free text. What a camera is classified by is its `kind`.
+  std::string transportType;  ///< Free text; a camera is classified by its `kind`.
   bool isConnected;
   bool isSuspended;
   bool isInUseByAnotherApplication;
@@ -34,41 +37,50 @@ struct CameraInfo {
 template <>
 struct FieldTable<CameraInfo> {
   static constexpr std::tuple fields{
-      required("id", &CameraInfo::id),
-      required("localizedName", &CameraInfo::localizedName),
-      required("modelID", &CameraInfo::modelID),
-      required("uniqueID", &CameraInfo::uniqueID),
-      required("transportType", &CameraInfo::transportType),
-      required("isConnected", &CameraInfo::isConnected),
-      required("isSuspended", &CameraInfo::isSuspended),
-      required("isInUseByAnotherApplication", &CameraInfo::isInUseByAnotherApplication),
-      required("kind", &CameraInfo::kind),
-      required("isExperimental", &CameraInfo::isExperimental),
+      requiredField("id", &CameraInfo::id),
+      requiredField("localizedName", &CameraInfo::localizedName),
+      requiredField("modelID", &CameraInfo::modelID),
+      requiredField("uniqueID", &CameraInfo::uniqueID),
+      requiredField("transportType", &CameraInfo::transportType),
+      requiredField("isConnected", &CameraInfo::isConnected),
+      requiredField("isSuspended", &CameraInfo::isSuspended),
+      requiredField("isInUseByAnotherApplication", &CameraInfo::isInUseByAnotherApplication),
+      requiredField("kind", &CameraInfo::kind),
+      requiredField("isExperimental", &CameraInfo::isExperimental),
   };
 };
 
 /// A launchd service that the helper can hold for a camera.
+///
+/// Not an aggregate, because a caller may make one within a `co_await` expression: g++ 12 destroys
+/// temporaries of aggregate type twice there.
 struct TargetService {
+  TargetService() = default;
+
+  /// A value from all its fields.
+  TargetService(std::string theLabel, ServiceDomain theDomain, std::int64_t thePriority,
+                std::optional<std::int64_t> thePid, ControlMode theControlMode);
+
   std::string label;
-  ServiceDomain domain;
-  std::int64_t priority;
-  std::optional<std::int64_t> pid = std::nullopt;  ///< Absent while no process of it runs.
-  ControlMode controlMode;
+  ServiceDomain domain = ServiceDomain::system;
+  std::int64_t priority = 0;
+  std::optional<std::int64_t> pid;  ///< `std::nullopt` when the service has no process.
+  ControlMode controlMode = ControlMode::sigstop;
 
   bool operator==(const TargetService&) const = default;
 
-  /// Its `serviceID`, equal to that of the `LaunchdServiceState` of the same service.
+  /// The `serviceID`, equal to that of the `LaunchdServiceState` of the same service.
   std::string id() const;
 };
 
 template <>
 struct FieldTable<TargetService> {
   static constexpr std::tuple fields{
-      required("label", &TargetService::label),
-      required("domain", &TargetService::domain),
-      required("priority", &TargetService::priority),
-      optional("pid", &TargetService::pid),
-      required("controlMode", &TargetService::controlMode),
+      requiredField("label", &TargetService::label),
+      requiredField("domain", &TargetService::domain),
+      requiredField("priority", &TargetService::priority),
+      optionalField("pid", &TargetService::pid),
+      requiredField("controlMode", &TargetService::controlMode),
   };
 };
 
@@ -76,24 +88,25 @@ struct FieldTable<TargetService> {
 struct LaunchdServiceState {
   std::string label;
   ServiceDomain domain;
-  std::optional<std::int64_t> pid = std::nullopt;  ///< Absent while no process of it runs.
+  /// `std::nullopt` when the service has no process.
+  std::optional<std::int64_t> pid = std::nullopt;
 
   bool operator==(const LaunchdServiceState&) const = default;
 
-  /// Its `serviceID`.
+  /// The `serviceID`.
   std::string id() const;
 };
 
 template <>
 struct FieldTable<LaunchdServiceState> {
   static constexpr std::tuple fields{
-      required("label", &LaunchdServiceState::label),
-      required("domain", &LaunchdServiceState::domain),
-      optional("pid", &LaunchdServiceState::pid),
+      requiredField("label", &LaunchdServiceState::label),
+      requiredField("domain", &LaunchdServiceState::domain),
+      optionalField("pid", &LaunchdServiceState::pid),
   };
 };
 
-/// The helper's whole answer to a detection request. Lists keep their order.
+/// The whole answer. Lists keep their order.
 struct DetectionResult {
   std::vector<CameraInfo> cameras;
   std::optional<std::string> selectedCameraID = std::nullopt;  ///< A `CameraInfo::id`.
@@ -107,11 +120,11 @@ struct DetectionResult {
 template <>
 struct FieldTable<DetectionResult> {
   static constexpr std::tuple fields{
-      required("cameras", &DetectionResult::cameras),
-      optional("selectedCameraID", &DetectionResult::selectedCameraID),
-      required("resolvedTargets", &DetectionResult::resolvedTargets),
-      required("serviceStates", &DetectionResult::serviceStates),
-      required("notes", &DetectionResult::notes),
+      requiredField("cameras", &DetectionResult::cameras),
+      optionalField("selectedCameraID", &DetectionResult::selectedCameraID),
+      requiredField("resolvedTargets", &DetectionResult::resolvedTargets),
+      requiredField("serviceStates", &DetectionResult::serviceStates),
+      requiredField("notes", &DetectionResult::notes),
   };
 };
 

@@ -1,82 +1,75 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <optional>
 #include <string_view>
-#include <type_traits>
 
+#include "blindfold/text/enumeration_table.h"
+
+/// The enumerations of the records' fields. The JSON form of a case is a string, its raw value.
 namespace blindfold {
 
-/// What sort of camera a device is. `unknown` is an answer like the others, given for a camera that
-/// the helper cannot classify; it is not a refuge for words that are not in the table.
+/// The kind of a camera. `unknown` is the helper's answer for a camera that it cannot classify; a
+/// raw value that is not in the table does not become `unknown`.
 enum class CameraKind { builtIn, externalUSB, continuity, unknown };
 
-/// The launchd domain that a service lives in.
+/// The launchd domain of a service.
 enum class ServiceDomain { system, gui };
 
 /// The way in which the helper pauses a held service.
 enum class ControlMode { sigstop, sigtermDebug };
 
-/// An enumeration's name and cases, in the order of their declaration, each with its raw value: the
-/// string that stands for it in JSON. Defined for the enumerations of this file only.
+/// The name of the enumeration `E` in error texts, and the raw value of each of its cases. Defined
+/// for the enumerations of this file only.
 template <class E>
-struct EnumerationTable;
-
-template <class E>
-struct EnumerationCase {
-  E value;
-  std::string_view rawValue;
-};
+struct EnumerationCoding;
 
 template <>
-struct EnumerationTable<CameraKind> {
+struct EnumerationCoding<CameraKind> {
   static constexpr std::string_view name = "CameraKind";
-  static constexpr std::array<EnumerationCase<CameraKind>, 4> cases{{
-      {CameraKind::builtIn, "builtIn"},
-      {CameraKind::externalUSB, "externalUSB"},
-      {CameraKind::continuity, "continuity"},
-      {CameraKind::unknown, "unknown"},
-  }};
+  static constexpr EnumerationTable rawValues{&EnumerationText<CameraKind>::value,
+                                              {{CameraKind::builtIn, "builtIn"},
+                                               {CameraKind::externalUSB, "externalUSB"},
+                                               {CameraKind::continuity, "continuity"},
+                                               {CameraKind::unknown, "unknown"}}};
 };
 
 template <>
-struct EnumerationTable<ServiceDomain> {
+struct EnumerationCoding<ServiceDomain> {
   static constexpr std::string_view name = "ServiceDomain";
-  static constexpr std::array<EnumerationCase<ServiceDomain>, 2> cases{{
-      {ServiceDomain::system, "system"},
-      {ServiceDomain::gui, "gui"},
-  }};
+  static constexpr EnumerationTable rawValues{
+      &EnumerationText<ServiceDomain>::value,
+      {{ServiceDomain::system, "system"}, {ServiceDomain::gui, "gui"}}};
 };
 
 template <>
-struct EnumerationTable<ControlMode> {
+struct EnumerationCoding<ControlMode> {
   static constexpr std::string_view name = "ControlMode";
-  static constexpr std::array<EnumerationCase<ControlMode>, 2> cases{{
-      {ControlMode::sigstop, "sigstop"},
-      {ControlMode::sigtermDebug, "sigtermDebug"},
-  }};
+  static constexpr EnumerationTable rawValues{
+      &EnumerationText<ControlMode>::value,
+      {{ControlMode::sigstop, "sigstop"}, {ControlMode::sigtermDebug, "sigtermDebug"}}};
 };
 
+/// An enumeration that a field of a record can have.
 template <class E>
-concept Enumeration = std::is_enum_v<E> && requires { EnumerationTable<E>::cases; };
+concept Enumeration = requires { EnumerationCoding<E>::rawValues; };
 
-/// The string that stands for `value`, one of the enumeration's cases.
+/// The raw value of `value`, which must be one of the enumeration's cases.
 template <Enumeration E>
 constexpr std::string_view rawValue(E value) {
-  return EnumerationTable<E>::cases[static_cast<std::size_t>(value)].rawValue;
+  return EnumerationCoding<E>::rawValues[value].text;
 }
 
-/// The case whose raw value equals `text` exactly, or nothing.
+/// The case whose raw value equals `text` exactly, or `std::nullopt`.
 template <Enumeration E>
 constexpr std::optional<E> fromRawValue(std::string_view text) {
-  constexpr auto& cases = EnumerationTable<E>::cases;
-  const auto found = std::find_if(cases.begin(), cases.end(),
-                                  [text](const auto& each) { return each.rawValue == text; });
-  if (found == cases.end()) return std::nullopt;
-  return found->value;
+  constexpr auto& rawValues = EnumerationCoding<E>::rawValues;
+  const auto row = std::find_if(rawValues.begin(), rawValues.end(),
+                                [text](const auto& each) { return each.text == text; });
+  if (row == rawValues.end()) return std::nullopt;
+  return row->value;
 }
 
 /// Hashes an enumeration by its raw value.

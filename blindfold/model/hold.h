@@ -9,63 +9,68 @@
 
 #include "blindfold/model/detection.h"
 #include "blindfold/model/enumerations.h"
-#include "blindfold/model/instant.h"
 #include "blindfold/model/record.h"
-#include "blindfold/model/record_hash.h"
 
-/// A hold on the camera: the request for one, and the helper's answers. A helper of another release
-/// may leave the defaulted fields out.
+/// The request for a hold on a camera, and the helper's answers. A helper of another release may
+/// omit the defaulted fields.
 namespace blindfold {
 
-/// What the helper is asked to hold.
+/// The request to hold a camera. Not an aggregate, for the same reason as `TargetService`.
 struct HoldRequest {
+  HoldRequest() = default;
+
+  /// A value from all its fields.
+  HoldRequest(std::string theCameraID, CameraKind theKind, std::vector<TargetService> theTargets,
+              bool theCaptureWasActiveAtRequestTime, double theDurationHint,
+              std::map<std::string, std::int64_t> theCorrelationSnapshot);
+
   std::string cameraID;  ///< A `CameraInfo::id`.
-  CameraKind kind;
+  CameraKind kind = CameraKind::builtIn;
   std::vector<TargetService> targets;
   bool captureWasActiveAtRequestTime = false;
-  double durationHint;  ///< Seconds.
+  double durationHint = 0;  ///< Seconds.
   std::map<std::string, std::int64_t> correlationSnapshot;
 };
 
 template <>
 struct FieldTable<HoldRequest> {
   static constexpr std::tuple fields{
-      required("cameraID", &HoldRequest::cameraID),
-      required("kind", &HoldRequest::kind),
-      required("targets", &HoldRequest::targets),
-      defaulted("captureWasActiveAtRequestTime", &HoldRequest::captureWasActiveAtRequestTime),
-      required("durationHint", &HoldRequest::durationHint),
-      required("correlationSnapshot", &HoldRequest::correlationSnapshot),
+      requiredField("cameraID", &HoldRequest::cameraID),
+      requiredField("kind", &HoldRequest::kind),
+      requiredField("targets", &HoldRequest::targets),
+      defaultedField("captureWasActiveAtRequestTime", &HoldRequest::captureWasActiveAtRequestTime),
+      requiredField("durationHint", &HoldRequest::durationHint),
+      requiredField("correlationSnapshot", &HoldRequest::correlationSnapshot),
   };
 };
 
-/// One service that the helper is holding.
+/// A service that the helper is holding.
 struct HeldTarget {
   std::string label;
   ServiceDomain domain;
-  std::optional<std::int64_t> pid = std::nullopt;
+  std::optional<std::int64_t> pid = std::nullopt;  ///< `std::nullopt` when it has no process.
   ControlMode controlMode;
 
   bool operator==(const HeldTarget&) const = default;
 
-  /// Its `serviceID`, a colon and its pid, -1 standing for none: a service that is held again after
-  /// its process was replaced has another id.
+  /// The `serviceID`, a colon and the pid, or -1 without one: a service that is held again with
+  /// another process has another id.
   std::string id() const;
 };
 
 template <>
 struct FieldTable<HeldTarget> {
   static constexpr std::tuple fields{
-      required("label", &HeldTarget::label),
-      required("domain", &HeldTarget::domain),
-      optional("pid", &HeldTarget::pid),
-      required("controlMode", &HeldTarget::controlMode),
+      requiredField("label", &HeldTarget::label),
+      requiredField("domain", &HeldTarget::domain),
+      optionalField("pid", &HeldTarget::pid),
+      requiredField("controlMode", &HeldTarget::controlMode),
   };
 };
 
-/// The helper's hold and lease.
+/// The state of the helper's hold and of its lease.
 struct HoldState {
-  std::string mode;  ///< The helper's word, passed through.
+  std::string mode;  ///< Free text.
   std::optional<std::string> leaseID = std::nullopt;
   std::vector<HeldTarget> heldTargets = {};
   std::optional<Instant> startedAt = std::nullopt;
@@ -80,14 +85,14 @@ struct HoldState {
 template <>
 struct FieldTable<HoldState> {
   static constexpr std::tuple fields{
-      required("mode", &HoldState::mode),
-      optional("leaseID", &HoldState::leaseID),
-      defaulted("heldTargets", &HoldState::heldTargets),
-      optional("startedAt", &HoldState::startedAt),
-      optional("lastHeartbeatAt", &HoldState::lastHeartbeatAt),
-      optional("sourceCameraID", &HoldState::sourceCameraID),
-      optional("lastRestoreReason", &HoldState::lastRestoreReason),
-      defaulted("micMuted", &HoldState::micMuted),
+      requiredField("mode", &HoldState::mode),
+      optionalField("leaseID", &HoldState::leaseID),
+      defaultedField("heldTargets", &HoldState::heldTargets),
+      optionalField("startedAt", &HoldState::startedAt),
+      optionalField("lastHeartbeatAt", &HoldState::lastHeartbeatAt),
+      optionalField("sourceCameraID", &HoldState::sourceCameraID),
+      optionalField("lastRestoreReason", &HoldState::lastRestoreReason),
+      defaultedField("micMuted", &HoldState::micMuted),
   };
 };
 
@@ -103,9 +108,9 @@ struct OperationResult {
 template <>
 struct FieldTable<OperationResult> {
   static constexpr std::tuple fields{
-      required("success", &OperationResult::success),
-      required("message", &OperationResult::message),
-      optional("holdState", &OperationResult::holdState),
+      requiredField("success", &OperationResult::success),
+      requiredField("message", &OperationResult::message),
+      optionalField("holdState", &OperationResult::holdState),
   };
 };
 

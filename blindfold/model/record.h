@@ -1,25 +1,36 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
+/// The parts that records are made of. A record is a class of public fields with a field table. A
+/// field is a `bool`, a `std::int64_t`, a `double`, a `std::string`, an `Instant`, an enumeration,
+/// another record, a `std::vector` of these, a `std::map` from `std::string` to one of these, or a
+/// `std::optional` of any.
 namespace blindfold {
 
-/// What JSON must say about a field.
+/// An absolute instant, in UTC. Its JSON form has the years 0000 to 9999 and drops the fraction of
+/// a second.
+using Instant = std::chrono::sys_time<std::chrono::microseconds>;
+
+/// Whether a field's key may be absent from a JSON object.
 ///
-/// | presence  | absent or null when read | written                  |
-/// |-----------|--------------------------|--------------------------|
-/// | required  | an error                 | always                   |
-/// | optional  | no value                 | when it holds a value    |
-/// | defaulted | the member's initialiser | always                   |
+/// | presence  | absent or null when decoded | encoded               |
+/// |-----------|-----------------------------|-----------------------|
+/// | required  | an error                    | always                |
+/// | optional  | `std::nullopt`              | when it holds a value |
+/// | defaulted | the member's initialiser    | always                |
 enum class Presence { required, optional, defaulted };
 
-/// One row of a record's field table: the member, and its name, which is also its JSON key.
+/// One row of a record's field table: a member, and its name, which is also its JSON key.
 template <class Owner, class Value>
 struct Field {
   std::string_view name;
@@ -28,28 +39,28 @@ struct Field {
 };
 
 template <class Owner, class Value>
-constexpr auto required(std::string_view name, Value Owner::* member) {
+constexpr auto requiredField(std::string_view name, Value Owner::* member) {
   return Field<Owner, Value>{name, member, Presence::required};
 }
 
 template <class Owner, class Value>
-constexpr auto optional(std::string_view name, std::optional<Value> Owner::* member) {
+constexpr auto optionalField(std::string_view name, std::optional<Value> Owner::* member) {
   return Field<Owner, std::optional<Value>>{name, member, Presence::optional};
 }
 
 template <class Owner, class Value>
-constexpr auto defaulted(std::string_view name, Value Owner::* member) {
+constexpr auto defaultedField(std::string_view name, Value Owner::* member) {
   return Field<Owner, Value>{name, member, Presence::defaulted};
 }
 
-/// A record's field table: the one place, beside its members, that lists its fields. It is what
-/// decoding, encoding, hashing and key order are made of. `fields` is a tuple of `Field` rows in
-/// the order of the members' declaration. Defined beside each record, for records only.
+/// The field table of the record `T`, from which its decoding, encoding, hashing and key order are
+/// made. `fields` is a tuple of `Field` rows in the order of the members' declaration. Specialised
+/// beside each record, and for records only.
 template <class T>
 struct FieldTable;
 
 template <class T>
-concept Record = std::is_aggregate_v<T> && requires { FieldTable<T>::fields; };
+concept Record = requires { FieldTable<T>::fields; };
 
 template <Record T>
 inline constexpr std::size_t fieldCount = std::tuple_size_v<decltype(FieldTable<T>::fields)>;
@@ -59,26 +70,58 @@ template <Record T>
 inline constexpr auto fieldNames = std::apply(
     [](const auto&... field) { return std::array{field.name...}; }, FieldTable<T>::fields);
 
+/// Hashes a record by all its fields, in the order of its table.
+template <Record T>
+struct RecordHash {
+  std::size_t operator()(const T& record) const noexcept {
+    // 2^64 divided by the golden ratio, the customary constant of hash combination.
+    constexpr std::size_t multiplier = 0x9e3779b97f4a7c15U;
+    std::size_t seed = 0;
+    const auto combine = [&](const auto& value) {
+      const std::size_t hash = std::hash<std::remove_cvref_t<decltype(value)>>{}(value);
+      seed ^= hash + multiplier + (seed << 6) + (seed >> 2);
+    };
+    std::apply([&](const auto&... field) { (combine(record.*field.member), ...); },
+               FieldTable<T>::fields);
+    return seed;
+  }
+};
+
 namespace detail {
 
-/// Stands for a member of any type in an initialiser that is never evaluated.
+/// Converts to a member of any type, in an initialiser that is never evaluated.
 struct AnyMember {
   template <class T>
-  operator T() const;  // NOLINT(google-explicit-constructor): it converts so that braces accept it.
+  operator T() const;  // NOLINT(google-explicit-constructor): list initialisation converts with it.
 };
 
 template <class T, std::size_t... index>
-constexpr bool isMadeOf(std::index_sequence<index...>) {
+constexpr bool isListInitializableFrom(std::index_sequence<index...>) {
   return requires { T{(static_cast<void>(index), AnyMember{})...}; };
+}
+
+constexpr std::size_t roundUp(std::size_t size, std::size_t alignment) {
+  return (size + alignment - 1) / alignment * alignment;
+}
+
+/// The size of a class with these members, in this order.
+template <class Owner, class... Member>
+constexpr std::size_t sizeOfClassWith(const std::tuple<Field<Owner, Member>...>& /*fields*/) {
+  std::size_t size = 0;
+  ((size = roundUp(size, alignof(Member)) + sizeof(Member)), ...);
+  return roundUp(size, std::max({alignof(Member)...}));
 }
 
 }  // namespace detail
 
-/// Whether the record has as many members as its table has rows.
+/// Whether the record's table has a row for each of its members. An aggregate's members are
+/// counted; of another class the parameters of its constructor are, and a member that has no
+/// parameter is recognised by the size of the class.
 template <Record T>
 constexpr bool tableCoversEveryMember() {
-  return detail::isMadeOf<T>(std::make_index_sequence<fieldCount<T>>{}) &&
-         !detail::isMadeOf<T>(std::make_index_sequence<fieldCount<T> + 1>{});
+  return detail::isListInitializableFrom<T>(std::make_index_sequence<fieldCount<T>>{}) &&
+         !detail::isListInitializableFrom<T>(std::make_index_sequence<fieldCount<T> + 1>{}) &&
+         detail::sizeOfClassWith(FieldTable<T>::fields) == sizeof(T);
 }
 
 }  // namespace blindfold

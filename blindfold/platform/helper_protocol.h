@@ -1,10 +1,10 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <optional>
 #include <string_view>
+
+#include "blindfold/text/enumeration_table.h"
 
 namespace blindfold {
 
@@ -35,22 +35,22 @@ struct HelperMethodDescription {
 
 /// `BlindfoldXPCProtocol`, the protocol that the helper implements. It stands here, below both ends
 /// of the connection, because the client, the platforms and the development helper all speak it.
-inline constexpr std::array<HelperMethodDescription, 10> helperProtocol{{
-    {HelperMethod::beginPresence, "beginPresence:", ArgumentKind::none},
-    {HelperMethod::installStatus, "installStatus:", ArgumentKind::none},
-    {HelperMethod::detectTargets, "detectTargets:", ArgumentKind::none},
-    {HelperMethod::hold, "hold:withReply:", ArgumentKind::data},
-    {HelperMethod::renew, "renew:withReply:", ArgumentKind::text},
-    {HelperMethod::release, "release:withReply:", ArgumentKind::text},
-    {HelperMethod::restoreAll, "restoreAll:", ArgumentKind::none},
-    {HelperMethod::muteMic, "muteMic:", ArgumentKind::none},
-    {HelperMethod::unmuteMic, "unmuteMic:", ArgumentKind::none},
-    {HelperMethod::currentState, "currentState:", ArgumentKind::none},
-}};
+inline constexpr EnumerationTable helperProtocol(
+    &HelperMethodDescription::method,
+    {{HelperMethod::beginPresence, "beginPresence:", ArgumentKind::none},
+     {HelperMethod::installStatus, "installStatus:", ArgumentKind::none},
+     {HelperMethod::detectTargets, "detectTargets:", ArgumentKind::none},
+     {HelperMethod::hold, "hold:withReply:", ArgumentKind::data},
+     {HelperMethod::renew, "renew:withReply:", ArgumentKind::text},
+     {HelperMethod::release, "release:withReply:", ArgumentKind::text},
+     {HelperMethod::restoreAll, "restoreAll:", ArgumentKind::none},
+     {HelperMethod::muteMic, "muteMic:", ArgumentKind::none},
+     {HelperMethod::unmuteMic, "unmuteMic:", ArgumentKind::none},
+     {HelperMethod::currentState, "currentState:", ArgumentKind::none}});
 
 /// The row of `method`.
 constexpr const HelperMethodDescription& describe(HelperMethod method) {
-  return helperProtocol[static_cast<std::size_t>(method)];
+  return helperProtocol[method];
 }
 
 /// The method with this selector, compared exactly, or nothing.

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "blindfold/model/instant.h"
+#include "blindfold/model/record.h"
 #include "blindfold/service/dispatch_queue.h"
 
 namespace blindfold {

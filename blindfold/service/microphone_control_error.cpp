@@ -1,27 +1,28 @@
 #include "blindfold/service/microphone_control_error.h"
 
-#include <array>
-#include <cstddef>
-#include <string_view>
 #include <utility>
+
+#include "blindfold/text/enumeration_table.h"
 
 namespace blindfold {
 namespace {
 
-// By case, in order; a case's detail follows its text.
-constexpr std::array<std::string_view, 4> texts{
-    "Microphone setup failed: ",
-    "No input microphones detected.",
-    "Microphone mute control is unavailable on this Mac.",
-    "Microphone mute could not be applied.",
-};
+using Case = MicrophoneControlError::Case;
+
+/// The text of each case, which its detail follows.
+constexpr EnumerationTable texts(
+    &EnumerationText<Case>::value,
+    {{Case::hardwareQueryFailed, "Microphone setup failed: "},
+     {Case::noInputDevices, "No input microphones detected."},
+     {Case::noControllableInputs, "Microphone mute control is unavailable on this Mac."},
+     {Case::muteWriteFailed, "Microphone mute could not be applied."}});
 
 }  // namespace
 
 MicrophoneControlError::MicrophoneControlError(Case errorCase, std::string detail)
     : case_(errorCase),
       detail_(std::move(detail)),
-      description_(std::string(texts.at(static_cast<std::size_t>(errorCase))) + detail_) {}
+      description_(std::string(texts[errorCase].text) + detail_) {}
 
 MicrophoneControlError MicrophoneControlError::hardwareQueryFailed(std::string detail) {
   return MicrophoneControlError(Case::hardwareQueryFailed, std::move(detail));

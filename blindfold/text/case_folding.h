@@ -8,8 +8,8 @@
 
 namespace blindfold {
 
-/// `codePoint` folded to lower case by Unicode's simple case folding, which depends on no language
-/// and keeps one code point one code point; itself when it has no case.
+/// `codePoint` under Unicode's simple case folding, which depends on no language and maps each code
+/// point to one code point; `codePoint` itself when it has no folding.
 constexpr char32_t foldCase(char32_t codePoint) {
   if (codePoint < 0x80) {
     return codePoint >= U'A' && codePoint <= U'Z' ? codePoint + (U'a' - U'A') : codePoint;

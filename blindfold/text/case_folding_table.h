@@ -8,7 +8,7 @@
 
 namespace blindfold {
 
-/// Every `step`-th code point from `first` to `last` folds to the one `offset` behind it.
+/// Every `step`-th code point from `first` to `last` folds to that code point plus `offset`.
 struct CaseFolding {
   char32_t first;
   char32_t last;

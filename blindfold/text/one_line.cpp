@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "blindfold/text/unicode_escape.h"
+#include "blindfold/text/ascii.h"
 #include "blindfold/text/utf8.h"
 
 namespace blindfold {
@@ -16,15 +16,15 @@ struct CodePointRange {
   char32_t last;
 };
 
-/// The control characters (general category Cc) but TAB.
+/// The control characters (general category Cc) other than TAB.
 constexpr std::array<CodePointRange, 3> controlCharacters{{
     {0x0000, 0x0008},  // C0 up to TAB
-    {0x000A, 0x001F},  // C0 behind TAB
+    {0x000A, 0x001F},  // C0 after TAB
     {0x007F, 0x009F},  // DEL and C1
 }};
 
-/// The other characters that leave no mark: white space but U+0020, and what Unicode calls
-/// Default_Ignorable_Code_Point.
+/// The other characters that leave no mark: white space other than U+0020, and the code points with
+/// Unicode's property Default_Ignorable_Code_Point.
 constexpr std::array<CodePointRange, 21> invisibleCharacters{{
     {0x0009, 0x0009},    // TAB
     {0x00A0, 0x00A0},    // no-break space
@@ -64,7 +64,7 @@ bool leavesNoMark(char32_t codePoint) {
   return isControlCharacter(codePoint) || contains(invisibleCharacters, codePoint);
 }
 
-/// Adds the escape of `codePoint` as JSON spells it: beyond U+FFFF, of both its surrogates.
+/// Appends the JSON escape sequence of `codePoint`: beyond U+FFFF, those of both its surrogates.
 void appendEscape(std::string& line, char32_t codePoint) {
   constexpr char32_t firstOfPairs = 0x10000;
   if (codePoint < firstOfPairs) {
@@ -76,8 +76,8 @@ void appendEscape(std::string& line, char32_t codePoint) {
   appendUnicodeEscape(line, static_cast<char16_t>(0xDC00 + (offset & 0x3FFU)));
 }
 
-/// Adds to `line` the one space for the run of line breaks at `position`, or the character there,
-/// escaped if `isEscaped` says so of it. Returns the position behind it.
+/// Appends one space for the run of line breaks at `position`, or the character there, escaped when
+/// `isEscaped` holds for it. Returns the position after it.
 std::size_t appendPiece(std::string& line, std::string_view bytes, std::size_t position,
                         bool (*isEscaped)(char32_t)) {
   if (lineBreaks.find(bytes[position]) != std::string_view::npos) {

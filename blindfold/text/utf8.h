@@ -1,26 +1,27 @@
 #pragma once
 
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace blindfold {
 
-/// What stands in for text that cannot be read.
+/// The code point that replaces bytes that are not valid UTF-8.
 inline constexpr char32_t replacementCharacter = 0xFFFD;
 
-/// What stands at one position of a text: a code point, or bytes that are none.
+/// A code point of a text, or a sequence of bytes that encodes none.
 struct CodePoint {
   char32_t value;      ///< `replacementCharacter` when the bytes are not valid UTF-8.
-  std::size_t length;  ///< In bytes, at least 1; of bytes that are not valid, the maximal subpart.
+  std::size_t length;  ///< In bytes, at least 1. An invalid sequence is a maximal subpart.
   bool isValid;
 };
 
-/// The code point at `position`, which must be within `text`.
+/// The code point at `position`, which must be less than the size of `text`.
 constexpr CodePoint readCodePoint(std::string_view text, std::size_t position);
 
-/// The bytes that spell one code point.
+/// The UTF-8 encoding of one code point.
 struct UTF8Form {
   std::array<char, 4> bytes;
   std::size_t length;
@@ -28,23 +29,24 @@ struct UTF8Form {
   constexpr std::string_view text() const { return {bytes.data(), length}; }
 };
 
-/// The UTF-8 form of `codePoint`, a Unicode scalar value.
+/// The UTF-8 encoding of `codePoint`, which must be a Unicode scalar value.
 constexpr UTF8Form encodeUTF8(char32_t codePoint);
 
-/// Whether `bytes` are UTF-8 in its strict form (the Unicode Standard's: no surrogates, nothing
-/// overlong).
+/// Whether `bytes` are well-formed UTF-8 (The Unicode Standard, table 3-7): no surrogates, no
+/// overlong forms.
 bool isValidUTF8(std::string_view bytes);
 
-/// The same, and every code point satisfies `isAllowed`.
+/// Whether `bytes` are well-formed UTF-8 and every code point satisfies `isAllowed`.
 bool isValidUTF8(std::string_view bytes, bool (*isAllowed)(char32_t codePoint));
 
-/// `bytes` as valid UTF-8: each maximal invalid subpart becomes one U+FFFD.
+/// `bytes` with each maximal invalid subpart replaced by one U+FFFD.
 std::string repairUTF8(std::string_view bytes);
 
 namespace detail {
 
-/// The lead bytes from `first` to `last`: the length of what they begin, and what may follow them
-/// (further bytes are 80 to BF). This is the Unicode Standard's table of well-formed sequences.
+/// A row of the table of well-formed sequences (The Unicode Standard, table 3-7): the lead bytes
+/// from `first` to `last`, the length of their sequences, and the range of the second byte. Further
+/// bytes are 80 to BF.
 struct LeadBytes {
   unsigned char first;
   unsigned char last;
@@ -80,6 +82,7 @@ constexpr CodePoint readSequence(std::string_view bytes, const LeadBytes& lead) 
 }  // namespace detail
 
 constexpr CodePoint readCodePoint(std::string_view text, std::size_t position) {
+  assert(position < text.size());
   const auto byte = static_cast<unsigned char>(text[position]);
   if (byte < 0x80) return {byte, 1, true};
   for (const detail::LeadBytes& lead : detail::leadBytes) {
@@ -91,6 +94,7 @@ constexpr CodePoint readCodePoint(std::string_view text, std::size_t position) {
 }
 
 constexpr UTF8Form encodeUTF8(char32_t codePoint) {
+  assert(codePoint < 0xD800 || (codePoint > 0xDFFF && codePoint <= 0x10FFFF));
   const auto leading = [codePoint](char32_t mark, unsigned shift) {
     return static_cast<char>(mark | codePoint >> shift);
   };

@@ -8,6 +8,7 @@
 #include "tests/support/fake_bundle.h"
 #include "tests/support/fake_code_signing.h"
 #include "tests/support/fake_file_manager.h"
+#include "tests/support/ordinals.h"
 
 namespace blindfold {
 namespace {
@@ -54,6 +55,19 @@ struct FakeMac {
         {files, bundles, signing, real.helperConnections, real.mainLoop, real.timedWork}, settings);
   }
 };
+
+TEST(ClientAuthorizationAssessmentTest, HasItsModesInOrder) {
+  expectOrdinals(
+      {ClientAuthorizationMode::signingIdentity, ClientAuthorizationMode::adHocBundleIdentity});
+}
+
+TEST(ClientAuthorizationAssessmentTest, HasItsFailuresInOrder) {
+  using Failure = ClientAuthorizationFailure;
+  expectOrdinals({Failure::missingExecutablePath, Failure::executablePathMismatch,
+                  Failure::helperRequiresSignedClient, Failure::teamIdentifierMismatch,
+                  Failure::signingIdentifierMismatch, Failure::missingBundleIdentifier,
+                  Failure::bundleIdentifierMismatch, Failure::insecureExecutablePath});
+}
 
 TEST(ClientAuthorizationAssessmentTest, AClientOfTheHelpersTeamIsAccepted) {
   const ClientExecutionIdentity identity{

@@ -2,8 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ordinals.h"
+
 namespace blindfold {
 namespace {
+
+TEST(CLIErrorTest, HasItsCasesInOrder) {
+  expectOrdinals({CLIError::Case::missingArgument, CLIError::Case::unsupportedCamera,
+                  CLIError::Case::noResolvedTargets});
+}
 
 TEST(CLIErrorTest, AMissingArgumentIsDescribedByItsPayload) {
   const CLIError error = CLIError::missingArgument("usage: blindfoldctl renew <lease-id>");

@@ -33,11 +33,7 @@ CameraInfo cameraInUse() {
 
 TargetService target(const std::string& label, std::int64_t priority,
                      std::optional<std::int64_t> pid) {
-  return {.label = label,
-          .domain = ServiceDomain::system,
-          .priority = priority,
-          .pid = pid,
-          .controlMode = ControlMode::sigstop};
+  return {label, ServiceDomain::system, priority, pid, ControlMode::sigstop};
 }
 
 LaunchdServiceState state(const std::string& label, std::optional<std::int64_t> pid,

@@ -30,11 +30,8 @@ class SimulatedReplyTest : public testing::Test {
 
   OperationResult hold() {
     const auto detection = record<DetectionResult>(HelperMethod::detectTargets);
-    const HoldRequest request{.cameraID = detection.selectedCameraID.value(),
-                              .kind = CameraKind::builtIn,
-                              .targets = detection.resolvedTargets,
-                              .durationHint = 30,
-                              .correlationSnapshot = {{"a", 1}}};
+    const HoldRequest request(detection.selectedCameraID.value(), CameraKind::builtIn,
+                              detection.resolvedTargets, false, 30, {{"a", 1}});
     return record<OperationResult>(HelperMethod::hold,
                                    DataArgument{makeJSONEncoder().encode(request)});
   }

@@ -50,11 +50,8 @@ class HelperProcessTest : public testing::Test {
 
   OperationResult hold(double durationHint) const {
     const auto detection = ask<DetectionResult>(HelperMethod::detectTargets);
-    const HoldRequest request{.cameraID = detection.selectedCameraID.value(),
-                              .kind = CameraKind::builtIn,
-                              .targets = detection.resolvedTargets,
-                              .durationHint = durationHint,
-                              .correlationSnapshot = {}};
+    const HoldRequest request(detection.selectedCameraID.value(), CameraKind::builtIn,
+                              detection.resolvedTargets, false, durationHint, {});
     return ask<OperationResult>(HelperMethod::hold,
                                 DataArgument{makeJSONEncoder().encode(request)});
   }

@@ -42,8 +42,8 @@ TEST(OptionsTest, AnOperandMayLookLikeAnOption) {
 }
 
 TEST(OptionsTest, EveryKindOfCameraIsTaken) {
-  for (const auto& kind : EnumerationTable<CameraKind>::cases) {
-    EXPECT_EQ(parseOptions({"--kind", std::string(kind.rawValue)}).kind, kind.value);
+  for (const auto& kind : EnumerationCoding<CameraKind>::rawValues) {
+    EXPECT_EQ(parseOptions({"--kind", std::string(kind.text)}).kind, kind.value);
   }
 }
 

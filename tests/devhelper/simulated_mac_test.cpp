@@ -35,11 +35,12 @@ class SimulatedMacTest : public testing::Test {
   /// A request that `mac` grants.
   static HoldRequest request(SimulatedMac& mac, double durationHint = 30) {
     const auto detection = mac.detectTargets();
-    return {.cameraID = detection.selectedCameraID.value(),
-            .kind = CameraKind::builtIn,
-            .targets = detection.resolvedTargets,
-            .durationHint = durationHint,
-            .correlationSnapshot = {}};
+    return {detection.selectedCameraID.value(),
+            CameraKind::builtIn,
+            detection.resolvedTargets,
+            false,
+            durationHint,
+            {}};
   }
 
   Moment now_{startDate, 100h};

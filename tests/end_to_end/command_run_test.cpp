@@ -99,12 +99,8 @@ TEST_F(CommandRunTest, TheHelperHearsOneMessageACommandAndTwoForAHold) {
   run({"mute"});
   run({"unmute"});
 
-  HoldRequest request{.cameraID = *detection.selectedCameraID,
-                      .kind = CameraKind::builtIn,
-                      .targets = detection.resolvedTargets,
-                      .captureWasActiveAtRequestTime = true,
-                      .durationHint = 30.0,
-                      .correlationSnapshot = {}};
+  HoldRequest request(*detection.selectedCameraID, CameraKind::builtIn, detection.resolvedTargets,
+                      true, 30.0, {});
   for (const LaunchdServiceState& state : detection.serviceStates) {
     if (state.pid) request.correlationSnapshot[state.label] = *state.pid;
   }

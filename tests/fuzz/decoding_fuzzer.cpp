@@ -8,7 +8,7 @@
 
 #include "blindfold/model/detection.h"
 #include "blindfold/model/hold.h"
-#include "blindfold/model/json/decoding_error.h"
+#include "blindfold/model/json/coding_error.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
 #include "blindfold/text/one_line.h"

@@ -4,10 +4,17 @@
 
 #include <stdexcept>
 
+#include "tests/support/ordinals.h"
+
 namespace blindfold {
 namespace {
 
 using Case = HelperClientError::Case;
+
+TEST(HelperClientErrorTest, HasItsCasesInOrder) {
+  expectOrdinals({Case::transport, Case::helperNotInstalled, Case::helperUnreachable,
+                  Case::unauthorizedClient, Case::timeout, Case::invalidResponse});
+}
 
 TEST(HelperClientErrorTest, EachPlainCaseHasItsText) {
   const auto text = [](Case plainCase) { return HelperClientError(plainCase).errorDescription(); };

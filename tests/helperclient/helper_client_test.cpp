@@ -9,8 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "blindfold/model/json/decoding_error.h"
-#include "blindfold/model/json/encoding_error.h"
+#include "blindfold/model/json/coding_error.h"
 #include "blindfold/model/json/json_encoder.h"
 #include "tests/support/fake_platform.h"
 #include "tests/support/task_ending.h"
@@ -24,12 +23,7 @@ const Bytes idleState = R"({"heldTargets":[],"micMuted":false,"mode":"idle"})";
 const Bytes success = R"({"message":"Done.","success":true})";
 
 HoldRequest someHoldRequest() {
-  return {.cameraID = "CAM-0001",
-          .kind = CameraKind::builtIn,
-          .targets = {},
-          .captureWasActiveAtRequestTime = true,
-          .durationHint = 30.0,
-          .correlationSnapshot = {{"a", 1}}};
+  return {"CAM-0001", CameraKind::builtIn, {}, true, 30.0, {{"a", 1}}};
 }
 
 class HelperClientTest : public testing::Test {

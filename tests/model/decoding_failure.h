@@ -5,11 +5,11 @@
 #include <ostream>
 #include <string>
 
-#include "blindfold/model/json/decoding_error.h"
+#include "blindfold/model/json/coding_error.h"
 
 namespace blindfold {
 
-/// What a decoding failed with.
+/// The error of a failed decoding.
 struct DecodingFailure {
   DecodingError::Kind kind;
   std::string text;
@@ -21,7 +21,7 @@ inline std::ostream& operator<<(std::ostream& stream, const DecodingFailure& fai
   return stream << "kind " << static_cast<int>(failure.kind) << ": " << failure.text;
 }
 
-/// What `decode` fails with, or nothing when it does not.
+/// The error that `decode` throws, or `std::nullopt` when it throws none.
 inline std::optional<DecodingFailure> failureOf(const std::function<void()>& decode) {
   try {
     decode();

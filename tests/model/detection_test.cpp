@@ -9,6 +9,15 @@
 namespace blindfold {
 namespace {
 
+TEST(ServiceIDTest, JoinsDomainAndLabelByAColon) {
+  EXPECT_EQ(serviceID(ServiceDomain::system, "com.example.one"), "system:com.example.one");
+  EXPECT_EQ(serviceID(ServiceDomain::gui, "com.example.one"), "gui:com.example.one");
+}
+
+TEST(ServiceIDTest, AnEmptyLabelLeavesTheColon) {
+  EXPECT_EQ(serviceID(ServiceDomain::gui, ""), "gui:");
+}
+
 TEST(TargetServiceTest, IdIsDomainColonLabel) {
   TargetService target = sample::target();
   target.domain = ServiceDomain::system;

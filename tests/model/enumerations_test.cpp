@@ -2,8 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
+
+#include "tests/support/ordinals.h"
 
 namespace blindfold {
 namespace {
@@ -14,22 +15,15 @@ class EnumerationsTest : public testing::Test {};
 using Enumerations = testing::Types<CameraKind, ServiceDomain, ControlMode>;
 TYPED_TEST_SUITE(EnumerationsTest, Enumerations);
 
-TYPED_TEST(EnumerationsTest, CasesStandInTheOrderOfTheirOrdinals) {
-  int ordinal = 0;
-  for (const auto& each : EnumerationTable<TypeParam>::cases) {
-    EXPECT_EQ(static_cast<int>(each.value), ordinal++) << each.rawValue;
-  }
-}
-
 TYPED_TEST(EnumerationsTest, ARawValueLeadsBackToItsCase) {
-  for (const auto& each : EnumerationTable<TypeParam>::cases) {
-    EXPECT_EQ(fromRawValue<TypeParam>(rawValue(each.value)), each.value) << each.rawValue;
+  for (const auto& each : EnumerationCoding<TypeParam>::rawValues) {
+    EXPECT_EQ(fromRawValue<TypeParam>(rawValue(each.value)), each.value) << each.text;
   }
 }
 
 TYPED_TEST(EnumerationsTest, OnlyTheExactRawValueIsKnown) {
-  for (const auto& each : EnumerationTable<TypeParam>::cases) {
-    const std::string raw(each.rawValue);
+  for (const auto& each : EnumerationCoding<TypeParam>::rawValues) {
+    const std::string raw(each.text);
     std::string capitalised = raw;
     capitalised[0] = static_cast<char>(capitalised[0] - 'a' + 'A');
     EXPECT_EQ(fromRawValue<TypeParam>(capitalised), std::nullopt);
@@ -41,8 +35,8 @@ TYPED_TEST(EnumerationsTest, OnlyTheExactRawValueIsKnown) {
 }
 
 TYPED_TEST(EnumerationsTest, HashesAreThoseOfTheRawValues) {
-  for (const auto& each : EnumerationTable<TypeParam>::cases) {
-    EXPECT_EQ(std::hash<TypeParam>{}(each.value), std::hash<std::string_view>{}(each.rawValue));
+  for (const auto& each : EnumerationCoding<TypeParam>::rawValues) {
+    EXPECT_EQ(std::hash<TypeParam>{}(each.value), std::hash<std::string_view>{}(each.text));
   }
 }
 
@@ -53,11 +47,13 @@ TEST(CameraKindTest, RawValuesAreTheNamesOfTheCases) {
   EXPECT_EQ(rawValue(CameraKind::unknown), "unknown");
 }
 
-TEST(CameraKindTest, HasFourCases) {
-  EXPECT_EQ(EnumerationTable<CameraKind>::cases.size(), 4U);
+TEST(CameraKindTest, HasItsCasesInOrder) {
+  expectOrdinals(
+      {CameraKind::builtIn, CameraKind::externalUSB, CameraKind::continuity, CameraKind::unknown});
+  EXPECT_EQ(EnumerationCoding<CameraKind>::rawValues.size(), 4U);
 }
 
-TEST(CameraKindTest, UnknownIsNoRefugeForOtherWords) {
+TEST(CameraKindTest, UnknownDoesNotStandForOtherWords) {
   EXPECT_EQ(fromRawValue<CameraKind>("unknown"), CameraKind::unknown);
   EXPECT_EQ(fromRawValue<CameraKind>("virtual"), std::nullopt);
 }
@@ -67,8 +63,9 @@ TEST(ServiceDomainTest, RawValuesAreTheNamesOfTheCases) {
   EXPECT_EQ(rawValue(ServiceDomain::gui), "gui");
 }
 
-TEST(ServiceDomainTest, HasTwoCases) {
-  EXPECT_EQ(EnumerationTable<ServiceDomain>::cases.size(), 2U);
+TEST(ServiceDomainTest, HasItsCasesInOrder) {
+  expectOrdinals({ServiceDomain::system, ServiceDomain::gui});
+  EXPECT_EQ(EnumerationCoding<ServiceDomain>::rawValues.size(), 2U);
 }
 
 TEST(ControlModeTest, RawValuesAreTheNamesOfTheCases) {
@@ -76,8 +73,9 @@ TEST(ControlModeTest, RawValuesAreTheNamesOfTheCases) {
   EXPECT_EQ(rawValue(ControlMode::sigtermDebug), "sigtermDebug");
 }
 
-TEST(ControlModeTest, HasTwoCases) {
-  EXPECT_EQ(EnumerationTable<ControlMode>::cases.size(), 2U);
+TEST(ControlModeTest, HasItsCasesInOrder) {
+  expectOrdinals({ControlMode::sigstop, ControlMode::sigtermDebug});
+  EXPECT_EQ(EnumerationCoding<ControlMode>::rawValues.size(), 2U);
 }
 
 }  // namespace

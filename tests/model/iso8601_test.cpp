@@ -65,7 +65,7 @@ TEST(ParseISO8601Test, TheCalendarIsGregorianBeforeItsIntroductionToo) {
 
 class RejectedDateTest : public testing::TestWithParam<std::string_view> {};
 
-TEST_P(RejectedDateTest, IsNothing) {
+TEST_P(RejectedDateTest, IsNoInstant) {
   EXPECT_EQ(parseISO8601(GetParam()), std::nullopt);
 }
 
@@ -117,19 +117,10 @@ TEST(FormatISO8601Test, FillsTheYearUpToFourDigits) {
   EXPECT_EQ(formatISO8601(instant(987, 6, 5, 4, 3, 2)), "0987-06-05T04:03:02Z");
 }
 
-TEST(FormatISO8601Test, WritesYearsBefore0000WithAMinus) {
-  EXPECT_EQ(formatISO8601(instant(0, 1, 1, 0, 0, 0) - std::chrono::microseconds(1)),
-            "-0001-12-31T23:59:59Z");
-}
-
-TEST(FormatISO8601Test, WritesYearsBeyond9999Whole) {
-  EXPECT_EQ(formatISO8601(instant(9999, 12, 31, 23, 59, 59) + std::chrono::seconds(1)),
-            "10000-01-01T00:00:00Z");
-}
-
-TEST(FormatISO8601Test, WritesTheFirstAndTheLastInstantThereAre) {
-  EXPECT_EQ(formatISO8601(Instant::max()), "294247-01-10T04:00:54Z");
-  EXPECT_EQ(formatISO8601(Instant::min()), "-290308-12-21T19:59:05Z");
+TEST(FormatISO8601Test, WritesTheFirstAndTheLastSecond) {
+  EXPECT_EQ(formatISO8601(instant(0, 1, 1, 0, 0, 0)), "0000-01-01T00:00:00Z");
+  EXPECT_EQ(formatISO8601(instant(9999, 12, 31, 23, 59, 59) + std::chrono::microseconds(999'999)),
+            "9999-12-31T23:59:59Z");
 }
 
 TEST(FormatISO8601Test, EveryDayOfACalendarCycleIsReadBack) {

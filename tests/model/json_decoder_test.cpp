@@ -60,7 +60,7 @@ const std::string holdStateText =
 const std::string operationResultText =
     R"({"success":true,"message":"Camera is held.","holdState":)" + holdStateText + "}";
 
-TEST(JSONDecoderTest, ReadsEveryFieldIntoItsPlace) {
+TEST(JSONDecoderTest, ReadsEveryField) {
   EXPECT_EQ(decode<CameraInfo>(cameraText), sample::camera());
   EXPECT_EQ(decode<TargetService>(targetText), sample::target());
   EXPECT_EQ(decode<LaunchdServiceState>(serviceStateText), sample::serviceState());
@@ -70,7 +70,7 @@ TEST(JSONDecoderTest, ReadsEveryFieldIntoItsPlace) {
   EXPECT_EQ(decode<OperationResult>(operationResultText), sample::operationResult());
 }
 
-TEST(JSONDecoderTest, ReadsEveryFieldOfAHoldRequestIntoItsPlace) {
+TEST(JSONDecoderTest, ReadsEveryFieldOfAHoldRequest) {
   const auto request = decode<HoldRequest>(holdRequestText);
   const HoldRequest expected = sample::holdRequest();
   EXPECT_EQ(request.cameraID, expected.cameraID);
@@ -329,8 +329,8 @@ using Enumerations = testing::Types<CameraKind, ServiceDomain, ControlMode>;
 TYPED_TEST_SUITE(EnumerationDecodingTest, Enumerations);
 
 TYPED_TEST(EnumerationDecodingTest, EveryRawValueDecodes) {
-  for (const auto& each : EnumerationTable<TypeParam>::cases) {
-    EXPECT_EQ(failureOfEnumeration<TypeParam>(each.rawValue), std::nullopt) << each.rawValue;
+  for (const auto& each : EnumerationCoding<TypeParam>::rawValues) {
+    EXPECT_EQ(failureOfEnumeration<TypeParam>(each.text), std::nullopt) << each.text;
   }
 }
 
@@ -542,7 +542,7 @@ TEST(JSONDecoderTest, AnIntegerMayBeNothingElse) {
 
 // Texts of errors
 
-TEST(JSONDecoderTest, AnErrorNamesThePlaceAndTheTrouble) {
+TEST(JSONDecoderTest, AnErrorNamesItsPathAndTheMismatch) {
   const std::string targets = targetText + "," + targetText + "," +
                               replaced(targetText, R"("priority":-3)", R"("priority":"high")");
   EXPECT_EQ(failureOfDecoding<DetectionResult>(replaced(detectionText, targetText, targets)),

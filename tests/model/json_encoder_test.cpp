@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "blindfold/model/json/encoding_error.h"
+#include "blindfold/model/json/coding_error.h"
 #include "tests/model/sample_records.h"
 
 namespace blindfold {
@@ -33,26 +33,24 @@ TEST(JSONEncoderTest, WritesAHoldStateInOneLine) {
 }
 
 TEST(JSONEncoderTest, WritesADetectionResultInOneLine) {
-  const DetectionResult result{.cameras = {{.id = "CAM-0001",
-                                            .localizedName = "Front Camera",
-                                            .modelID = "MODEL-1",
-                                            .uniqueID = "CAM-0001",
-                                            .transportType = "builtIn",
-                                            .isConnected = true,
-                                            .isSuspended = false,
-                                            .isInUseByAnotherApplication = false,
-                                            .kind = CameraKind::builtIn,
-                                            .isExperimental = false}},
-                               .selectedCameraID = "CAM-0001",
-                               .resolvedTargets = {{.label = "com.apple.appleh13camerad",
-                                                    .domain = ServiceDomain::system,
-                                                    .priority = 0,
-                                                    .pid = 512,
-                                                    .controlMode = ControlMode::sigstop}},
-                               .serviceStates = {{.label = "com.apple.appleh13camerad",
-                                                  .domain = ServiceDomain::system,
-                                                  .pid = 512}},
-                               .notes = {}};
+  const DetectionResult result{
+      .cameras = {{.id = "CAM-0001",
+                   .localizedName = "Front Camera",
+                   .modelID = "MODEL-1",
+                   .uniqueID = "CAM-0001",
+                   .transportType = "builtIn",
+                   .isConnected = true,
+                   .isSuspended = false,
+                   .isInUseByAnotherApplication = false,
+                   .kind = CameraKind::builtIn,
+                   .isExperimental = false}},
+      .selectedCameraID = "CAM-0001",
+      .resolvedTargets = {{"com.apple.appleh13camerad", ServiceDomain::system, 0, 512,
+                           ControlMode::sigstop}},
+      .serviceStates = {{.label = "com.apple.appleh13camerad",
+                         .domain = ServiceDomain::system,
+                         .pid = 512}},
+      .notes = {}};
   EXPECT_EQ(
       encode(result),
       R"({"cameras":[{"id":"CAM-0001","isConnected":true,"isExperimental":false,"isInUseByAnotherApplication":false,"isSuspended":false,"kind":"builtIn","localizedName":"Front Camera","modelID":"MODEL-1","transportType":"builtIn","uniqueID":"CAM-0001"}],"notes":[],"resolvedTargets":[{"controlMode":"sigstop","domain":"system","label":"com.apple.appleh13camerad","pid":512,"priority":0}],"selectedCameraID":"CAM-0001","serviceStates":[{"domain":"system","label":"com.apple.appleh13camerad","pid":512}]})");

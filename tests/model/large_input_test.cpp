@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "blindfold/model/json/decoding_error.h"
+#include "blindfold/model/json/coding_error.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
 #include "tests/model/sample_records.h"

@@ -11,7 +11,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "blindfold/model/record_hash.h"
 #include "tests/model/sample_records.h"
 
 namespace blindfold {
@@ -33,8 +32,8 @@ Instant changed(Instant value) {
 
 template <Enumeration E>
 E changed(E value) {
-  constexpr auto& cases = EnumerationTable<E>::cases;
-  return cases[(static_cast<std::size_t>(value) + 1) % cases.size()].value;
+  constexpr std::size_t count = EnumerationCoding<E>::rawValues.size();
+  return static_cast<E>((static_cast<std::size_t>(value) + 1) % count);
 }
 
 template <Record T>
@@ -160,16 +159,25 @@ struct TwoMembers {
   int first;
   int second;
 };
+struct ConstructedFromOne {
+  explicit ConstructedFromOne(int value) : first(value) {}
+  int first;
+  int second = 0;
+};
 
 }  // namespace
 
 template <>
 struct FieldTable<OneMember> {
-  static constexpr std::tuple fields{required("first", &OneMember::first)};
+  static constexpr std::tuple fields{requiredField("first", &OneMember::first)};
 };
 template <>
 struct FieldTable<TwoMembers> {
-  static constexpr std::tuple fields{required("first", &TwoMembers::first)};
+  static constexpr std::tuple fields{requiredField("first", &TwoMembers::first)};
+};
+template <>
+struct FieldTable<ConstructedFromOne> {
+  static constexpr std::tuple fields{requiredField("first", &ConstructedFromOne::first)};
 };
 
 namespace {
@@ -180,6 +188,10 @@ TEST(FieldTableTest, CoversEveryMemberWhenThereAreAsManyRows) {
 
 TEST(FieldTableTest, DoesNotCoverAMemberWithoutARow) {
   EXPECT_FALSE(tableCoversEveryMember<TwoMembers>());
+}
+
+TEST(FieldTableTest, DoesNotCoverAMemberThatTheConstructorLeavesOut) {
+  EXPECT_FALSE(tableCoversEveryMember<ConstructedFromOne>());
 }
 
 }  // namespace

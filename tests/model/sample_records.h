@@ -29,11 +29,7 @@ inline CameraInfo camera() {
 }
 
 inline TargetService target() {
-  return {.label = "com.apple.appleh13camerad",
-          .domain = ServiceDomain::gui,
-          .priority = -3,
-          .pid = 512,
-          .controlMode = ControlMode::sigtermDebug};
+  return {"com.apple.appleh13camerad", ServiceDomain::gui, -3, 512, ControlMode::sigtermDebug};
 }
 
 inline LaunchdServiceState serviceState() {
@@ -49,12 +45,7 @@ inline DetectionResult detection() {
 }
 
 inline HoldRequest holdRequest() {
-  return {.cameraID = "CAM-0003",
-          .kind = CameraKind::externalUSB,
-          .targets = {target()},
-          .captureWasActiveAtRequestTime = true,
-          .durationHint = 30.5,
-          .correlationSnapshot = {{"one", 1}, {"two", 2}}};
+  return {"CAM-0003", CameraKind::externalUSB, {target()}, true, 30.5, {{"one", 1}, {"two", 2}}};
 }
 
 inline HeldTarget heldTarget() {

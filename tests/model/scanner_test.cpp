@@ -1,4 +1,4 @@
-#include "blindfold/model/json/scanner.h"
+#include "blindfold/model/json/json_value.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ std::optional<DecodingFailure> failureOfScanning(std::string_view text) {
   return failureOf([text] { scanJSON(text); });
 }
 
-/// A text that holds a NUL where `text` has a "@".
+/// `text` with a NUL in place of each "@".
 std::string withNul(std::string text) {
   for (char& character : text) {
     if (character == '@') character = '\0';
@@ -118,7 +118,7 @@ TEST(ScannerTest, TheValueIsWithoutTheWhiteSpaceAroundIt) {
   EXPECT_EQ(scanJSON("\t-1.5e3\n").text, "-1.5e3");
 }
 
-TEST(ScannerTest, NulIsNowhereAtHome) {
+TEST(ScannerTest, NulIsAllowedNowhere) {
   for (const char* text : {"@1", "1@", "[@]", "[1@]", "{@}", "{\"a\"@:1}", "tru@", "1.@", "-@"}) {
     EXPECT_TRUE(failureOfScanning(withNul(text))) << text;
   }
@@ -159,7 +159,7 @@ TEST(ScannerTest, AMillionBracketsAreAnErrorAndNoCrash) {
   EXPECT_TRUE(failureOfScanning(nested(1'000'000, "{\"a\":", "}")));
 }
 
-/// A text, and what is said about it.
+/// A text and its error.
 struct MessageCase {
   std::string_view text;
   std::string_view message;
@@ -167,14 +167,14 @@ struct MessageCase {
 
 class ScannerMessageTest : public testing::TestWithParam<MessageCase> {};
 
-TEST_P(ScannerMessageTest, NamesTheByteAndTheTrouble) {
+TEST_P(ScannerMessageTest, NamesTheByteAndTheError) {
   const auto failure = failureOfScanning(GetParam().text);
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->text, GetParam().message);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Trouble, ScannerMessageTest,
+    Error, ScannerMessageTest,
     testing::Values(
         MessageCase{"", "invalid JSON at byte 0: expected a value, found the end of the text"},
         MessageCase{"  <html>\n<body>",

@@ -2,11 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ordinals.h"
+
 namespace blindfold {
 namespace {
 
-TEST(HelperProtocolTest, EveryMethodStandsAtItsOwnPlaceInTheTable) {
-  for (const auto& row : helperProtocol) EXPECT_EQ(&describe(row.method), &row);
+TEST(HelperProtocolTest, HasItsMethodsInOrder) {
+  expectOrdinals({HelperMethod::beginPresence, HelperMethod::installStatus,
+                  HelperMethod::detectTargets, HelperMethod::hold, HelperMethod::renew,
+                  HelperMethod::release, HelperMethod::restoreAll, HelperMethod::muteMic,
+                  HelperMethod::unmuteMic, HelperMethod::currentState});
+  EXPECT_EQ(helperProtocol.size(), 10U);
 }
 
 TEST(HelperProtocolTest, AMethodIsFoundByItsExactSelector) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ordinals.h"
+
 namespace blindfold {
 namespace {
 
@@ -35,10 +37,9 @@ TEST(MicrophoneControlErrorTest, EveryCaseHasItsTextAndPayload) {
   }
 }
 
-TEST(MicrophoneControlErrorTest, TheCasesStandInTheirOrder) {
-  EXPECT_LT(Case::hardwareQueryFailed, Case::noInputDevices);
-  EXPECT_LT(Case::noInputDevices, Case::noControllableInputs);
-  EXPECT_LT(Case::noControllableInputs, Case::muteWriteFailed);
+TEST(MicrophoneControlErrorTest, HasItsCasesInOrder) {
+  expectOrdinals({Case::hardwareQueryFailed, Case::noInputDevices, Case::noControllableInputs,
+                  Case::muteWriteFailed});
 }
 
 TEST(MicrophoneControlErrorTest, ItIsCaughtAsAnyExceptionWithTheSameText) {

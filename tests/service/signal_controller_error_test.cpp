@@ -4,6 +4,8 @@
 
 #include <limits>
 
+#include "tests/support/ordinals.h"
+
 namespace blindfold {
 namespace {
 
@@ -15,6 +17,10 @@ constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
 std::string textOfFailure(std::int32_t signalNumber, std::int32_t errorNumber) {
   return SignalControllerError::signalFailed("com.example.camera", signalNumber, errorNumber)
       .errorDescription();
+}
+
+TEST(SignalControllerErrorTest, HasItsCasesInOrder) {
+  expectOrdinals({Case::noPID, Case::signalFailed});
 }
 
 TEST(SignalControllerErrorTest, AMissingProcessIsNamedByItsLabel) {

@@ -1,16 +1,14 @@
 #include "blindfold/model/json/iso8601.h"
 
 #include <algorithm>
+#include <cassert>
+#include <chrono>
 #include <cstddef>
-#include <cstdint>
-#include <ratio>
 
 #include "blindfold/text/ascii.h"
 
 namespace blindfold {
-
 namespace {
-
 using std::chrono::days;
 using std::chrono::hours;
 using std::chrono::minutes;
@@ -18,17 +16,16 @@ using std::chrono::seconds;
 using std::chrono::sys_days;
 using std::chrono::sys_seconds;
 
-// In these a 0 stands for any digit and every other character for itself.
+// Forms, in which a 0 matches any digit and every other character itself.
 constexpr std::string_view localTimeForm = "0000-00-00T00:00:00";
 constexpr std::string_view offsetForm = "00:00";
 
 constexpr sys_days firstDay{std::chrono::year{0} / 1 / 1};
 constexpr sys_days dayAfterLast{std::chrono::year{10000} / 1 / 1};
 
-/// After so many years, which are so many days, the Gregorian calendar repeats itself.
-constexpr int yearsOfCycle = 400;
-using Cycles =
-    std::chrono::duration<std::int64_t, std::ratio_multiply<days::period, std::ratio<146'097>>>;
+bool isWithinYears(Instant instant) {
+  return instant >= firstDay && instant < dayAfterLast;
+}
 
 bool hasForm(std::string_view text, std::string_view form) {
   return std::equal(text.begin(), text.end(), form.begin(), form.end(),
@@ -37,14 +34,14 @@ bool hasForm(std::string_view text, std::string_view form) {
                     });
 }
 
-/// The number at `position` that takes `length` digits.
+/// The number of `length` digits at `position`.
 int number(std::string_view text, std::size_t position, std::size_t length) {
   int value = 0;
   for (const char digit : text.substr(position, length)) value = value * 10 + (digit - '0');
   return value;
 }
 
-/// A time of day or an offset: hh:mm at `position`, or nothing when it reaches 24:00.
+/// The time of day or offset hh:mm at `position`, or `std::nullopt` when it is not below 24:00.
 std::optional<minutes> parseHoursAndMinutes(std::string_view text, std::size_t position) {
   const int hour = number(text, position, 2);
   const int minute = number(text, position + 3, 2);
@@ -64,7 +61,7 @@ std::optional<sys_seconds> parseLocalTime(std::string_view text) {
   return sys_days{date} + *timeOfDay + seconds{second};
 }
 
-/// How far local time is ahead of UTC.
+/// The offset of local time from UTC, positive east of it.
 std::optional<minutes> parseZone(std::string_view text) {
   if (text == "Z") return minutes{0};
   if (text.empty() || !hasForm(text.substr(1), offsetForm)) return std::nullopt;
@@ -75,24 +72,9 @@ std::optional<minutes> parseZone(std::string_view text) {
   return std::nullopt;
 }
 
-void appendPadded(std::string& text, std::int64_t number, std::size_t width) {
-  const std::string digits = std::to_string(number);
-  if (digits.size() < width) text.append(width - digits.size(), '0');
-  text += digits;
-}
-
-/// Adds the date of `day`. Its year may be beyond those of std::chrono, so it is looked up in the
-/// first cycle from 1970 on.
-void appendDate(std::string& text, sys_days day) {
-  const auto cycles = std::chrono::floor<Cycles>(day.time_since_epoch());
-  const std::chrono::year_month_day date{sys_days{day - cycles}};
-  const std::int64_t year = static_cast<int>(date.year()) + cycles.count() * yearsOfCycle;
-  if (year < 0) text += '-';
-  appendPadded(text, year < 0 ? -year : year, 4);
-  text += '-';
-  appendPadded(text, static_cast<unsigned>(date.month()), 2);
-  text += '-';
-  appendPadded(text, static_cast<unsigned>(date.day()), 2);
+/// Writes `number` over the digits of `text` that end before `end`.
+void writeDigits(std::string& text, std::size_t end, int number) {
+  for (; number > 0; number /= 10) text[--end] = static_cast<char>('0' + number % 10);
 }
 
 }  // namespace
@@ -103,22 +85,23 @@ std::optional<Instant> parseISO8601(std::string_view text) {
   const auto offset = parseZone(text.substr(localTimeForm.size()));
   if (!offset) return std::nullopt;
   const sys_seconds instant = *localTime - *offset;
-  if (instant < firstDay || instant >= dayAfterLast) return std::nullopt;
+  if (!isWithinYears(instant)) return std::nullopt;
   return instant;
 }
 
 std::string formatISO8601(Instant instant) {
+  assert(isWithinYears(instant));
   const auto second = std::chrono::floor<seconds>(instant);
   const auto day = std::chrono::floor<days>(second);
+  const std::chrono::year_month_day date{day};
   const std::chrono::hh_mm_ss time{second - day};
-  std::string text;
-  appendDate(text, day);
-  text += 'T';
-  appendPadded(text, time.hours().count(), 2);
-  text += ':';
-  appendPadded(text, time.minutes().count(), 2);
-  text += ':';
-  appendPadded(text, time.seconds().count(), 2);
+  std::string text(localTimeForm);
+  writeDigits(text, 4, static_cast<int>(date.year()));
+  writeDigits(text, 7, static_cast<int>(static_cast<unsigned>(date.month())));
+  writeDigits(text, 10, static_cast<int>(static_cast<unsigned>(date.day())));
+  writeDigits(text, 13, static_cast<int>(time.hours().count()));
+  writeDigits(text, 16, static_cast<int>(time.minutes().count()));
+  writeDigits(text, 19, static_cast<int>(time.seconds().count()));
   text += 'Z';
   return text;
 }

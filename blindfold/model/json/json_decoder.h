@@ -2,19 +2,18 @@
 
 #include <string_view>
 
-#include "blindfold/model/record.h"
-
 namespace blindfold {
 
-/// Reads records from their JSON form. The text must be strict JSON in UTF-8 with an object at the
-/// top; keys that a record does not have are ignored, and of equal keys the first counts.
+/// Decodes records from JSON: strict JSON (RFC 8259) in UTF-8 with an object at the top, nested at
+/// most 512 levels deep. Unknown keys are ignored; of equal keys the first counts.
 class JSONDecoder {
  public:
-  /// The record that `bytes` hold. Throws `DecodingError`: the whole text is checked first, then
-  /// the fields are read in the order of their declaration, and the first trouble is the one
-  /// reported. `T` is a record of model/detection.h or model/hold.h. Takes time and memory linear
-  /// in the length of `bytes`, whatever they hold. Any thread may call.
-  template <Record T>
+  /// Returns the record that `bytes` encode. `T` is a record of model/detection.h or model/hold.h.
+  ///
+  /// Throws `DecodingError`. The whole text is checked first, then the fields in the order of their
+  /// declaration; the error is the first one found. Takes time and memory linear in the size of
+  /// `bytes`. May be called on any thread.
+  template <class T>
   T decode(std::string_view bytes) const;
 };
 

@@ -2,22 +2,23 @@
 
 #include <string>
 
-#include "blindfold/model/record.h"
-
 namespace blindfold {
 
-/// Writes records in their one JSON form: compact, keys sorted, slashes escaped, dates as ISO-8601
-/// text in UTC, absent optional values left out. The same record always gives the same bytes.
+/// Encodes records as JSON in one fixed form: compact, keys sorted, slashes escaped, dates as
+/// ISO-8601 text in UTC, absent optional values omitted. Equal records have equal encodings.
 class JSONEncoder {
  public:
-  /// The record's JSON text, without a line break; valid UTF-8 (what is not UTF-8 in a string of
-  /// the record comes out as U+FFFD). Throws `EncodingError` when a number is not finite. `T` is a
-  /// record of model/detection.h or model/hold.h. Any thread may call.
-  template <Record T>
+  /// Returns the record's JSON text, without a line break. It is valid UTF-8: bytes of a string
+  /// that are not UTF-8 become U+FFFD. `T` is a record of model/detection.h or model/hold.h.
+  ///
+  /// Throws `EncodingError` when a number is not finite. May be called on any thread.
+  template <class T>
   std::string encode(const T& record) const;
 };
 
-/// A new encoder, for one use.
-JSONEncoder makeJSONEncoder();
+/// Returns a new encoder, for one use.
+inline JSONEncoder makeJSONEncoder() {
+  return {};
+}
 
 }  // namespace blindfold

@@ -2,14 +2,12 @@
 
 #include <algorithm>
 
-#include "blindfold/text/unicode_escape.h"
+#include "blindfold/text/ascii.h"
 #include "blindfold/text/utf8.h"
 
 namespace blindfold {
-
 namespace {
-
-/// A character that is escaped by a backslash and a letter.
+/// A character that is escaped by a backslash and one letter.
 struct ShortEscape {
   char character;
   char letter;
@@ -37,15 +35,7 @@ bool isLowSurrogate(char32_t codeUnit) {
   return codeUnit >= 0xDC00 && codeUnit <= 0xDFFF;
 }
 
-/// The value of a hexadecimal digit, or nothing.
-std::optional<char32_t> hexadecimalValue(char digit) {
-  if (digit >= '0' && digit <= '9') return static_cast<char32_t>(digit - '0');
-  if (digit >= 'a' && digit <= 'f') return static_cast<char32_t>(digit - 'a' + 10);
-  if (digit >= 'A' && digit <= 'F') return static_cast<char32_t>(digit - 'A' + 10);
-  return std::nullopt;
-}
-
-/// The code unit of the \uXXXX that `text` begins with, or nothing.
+/// The code unit of the \uXXXX at the beginning of `text`, or `std::nullopt`.
 std::optional<char32_t> readCodeUnit(std::string_view text) {
   if (text.size() < lengthOfUnicodeEscape || text.substr(0, 2) != "\\u") return std::nullopt;
   char32_t codeUnit = 0;

@@ -8,28 +8,27 @@
 
 namespace blindfold {
 
-/// An escape sequence of a JSON string: what it stands for, and its length from the backslash on.
+/// An escape sequence of a JSON string: its code point, and its length in bytes.
 struct JSONEscape {
   char32_t codePoint;
   std::size_t length;
 };
 
-/// The escape sequence that `text` begins with, which is a pair of them for a code point beyond
-/// U+FFFF; nothing when it is none, or one half of a pair.
+/// The escape sequence at the beginning of `text`; a surrogate pair is one sequence. `std::nullopt`
+/// when there is none, or an unpaired surrogate.
 std::optional<JSONEscape> readJSONEscape(std::string_view text);
 
 /// A string of a checked JSON text, as it is spelled there.
 struct JSONString {
-  std::string_view content;  ///< Without its quotation marks.
+  std::string_view content;  ///< Without the quotation marks.
 
-  /// Whether it stands for something else than its content.
   bool hasEscapes() const { return content.find('\\') != std::string_view::npos; }
 
-  /// What it stands for.
+  /// The string's value.
   std::string text() const;
 };
 
-/// Adds `text` to `json` as a JSON string. What is not valid UTF-8 becomes U+FFFD.
+/// Appends `text` to `json` as a JSON string. Bytes that are not valid UTF-8 become U+FFFD.
 void appendJSONString(std::string& json, std::string_view text);
 
 }  // namespace blindfold

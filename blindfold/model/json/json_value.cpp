@@ -1,13 +1,176 @@
 #include "blindfold/model/json/json_value.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <array>
+#include <string>
+#include <utility>
 
-#include "blindfold/model/json/white_space.h"
+#include "blindfold/model/json/coding_error.h"
+#include "blindfold/text/ascii.h"
+#include "blindfold/text/enumeration_table.h"
+#include "blindfold/text/one_line.h"
+#include "blindfold/text/utf8.h"
 
 namespace blindfold {
-
 namespace {
+
+constexpr EnumerationTable typeNames(&EnumerationText<JSONType>::value,
+                                     {{JSONType::null, "null"},
+                                      {JSONType::boolean, "a boolean"},
+                                      {JSONType::number, "a number"},
+                                      {JSONType::string, "a string"},
+                                      {JSONType::array, "an array"},
+                                      {JSONType::object, "an object"}});
+
+/// The length of the excerpt in a syntax error's text.
+constexpr std::size_t maximumExcerptLength = 16;
+
+/// Checks a JSON text from its first byte to its last. Every `scan` function starts at the
+/// beginning of its construct and stops after its end, or throws.
+class Scanner {
+ public:
+  explicit Scanner(std::string_view text) : text_(text) {}
+
+  JSONValue scanDocument() {
+    skipWhiteSpace();
+    const std::size_t begin = position_;
+    beginValue();
+    while (depth_ > 0) continueContainer();
+    const std::size_t end = position_;
+    skipWhiteSpace();
+    if (!atEnd()) expected("the end of the text");
+    return {text_.substr(begin, end - begin)};
+  }
+
+ private:
+  bool atEnd() const { return position_ == text_.size(); }
+
+  /// The next byte; at the end of the text NUL, which JSON allows nowhere.
+  char peek() const { return atEnd() ? '\0' : text_[position_]; }
+
+  bool skipIf(char character) {
+    if (peek() != character) return false;
+    ++position_;
+    return true;
+  }
+
+  void skipWhiteSpace() {
+    while (isWhiteSpace(peek())) ++position_;
+  }
+
+  /// Scans a scalar, or the opening bracket of an array or object.
+  void beginValue() {
+    switch (peek()) {
+      case '{':
+        return open('}');
+      case '[':
+        return open(']');
+      case '"':
+        return scanString();
+      case 't':
+        return scanLiteral("true");
+      case 'f':
+        return scanLiteral("false");
+      case 'n':
+        return scanLiteral("null");
+      default:
+        return scanNumber();
+    }
+  }
+
+  void open(char closer) {
+    if (depth_ == maximumNestingDepth) {
+      fail("nested deeper than " + std::to_string(maximumNestingDepth) + " levels");
+    }
+    ++position_;
+    closers_[depth_++] = closer;
+    isJustOpened_ = true;
+  }
+
+  /// Scans the end of the innermost array or object, or the beginning of its next value.
+  void continueContainer() {
+    const char closer = closers_[depth_ - 1];
+    skipWhiteSpace();
+    const bool isFirst = std::exchange(isJustOpened_, false);
+    if (skipIf(closer)) {
+      --depth_;
+      return;
+    }
+    if (!isFirst && !skipIf(',')) expected(closer == '}' ? "a comma or }" : "a comma or ]");
+    skipWhiteSpace();
+    if (closer == '}') scanKey();
+    beginValue();
+  }
+
+  void scanKey() {
+    if (peek() != '"') expected("a key");
+    scanString();
+    skipWhiteSpace();
+    if (!skipIf(':')) expected("a colon");
+    skipWhiteSpace();
+  }
+
+  void scanLiteral(std::string_view literal) {
+    if (text_.substr(position_, literal.size()) != literal) expected(literal);
+    position_ += literal.size();
+  }
+
+  void scanNumber() {
+    if (!skipIf('-') && !isDigit(peek())) expected("a value");
+    if (!skipIf('0')) scanDigits();
+    if (skipIf('.')) scanDigits();
+    if (skipIf('e') || skipIf('E')) {
+      if (!skipIf('+')) skipIf('-');
+      scanDigits();
+    }
+  }
+
+  void scanDigits() {
+    if (!isDigit(peek())) expected("a digit");
+    while (isDigit(peek())) ++position_;
+  }
+
+  void scanString() {
+    ++position_;
+    while (!skipIf('"')) {
+      if (atEnd()) expected("a quotation mark");
+      scanCharacter();
+    }
+  }
+
+  void scanCharacter() {
+    if (peek() == '\\') return scanEscape();
+    const CodePoint codePoint = readCodePoint(text_, position_);
+    if (!codePoint.isValid) fail("invalid UTF-8");
+    if (codePoint.value < U' ') fail("a control character that is not escaped");
+    position_ += codePoint.length;
+  }
+
+  void scanEscape() {
+    const auto escape = readJSONEscape(text_.substr(position_));
+    if (!escape) fail("an invalid escape sequence");
+    position_ += escape->length;
+  }
+
+  [[noreturn]] void expected(std::string_view what) const {
+    const std::string found = atEnd()
+                                  ? "the end of the text"
+                                  : oneLineExcerpt(text_.substr(position_), maximumExcerptLength);
+    fail("expected " + std::string(what) + ", found " + found);
+  }
+
+  [[noreturn]] void fail(const std::string& error) const {
+    throw DecodingError(DecodingError::Kind::dataCorrupted,
+                        "invalid JSON at byte " + std::to_string(position_) + ": " + error);
+  }
+
+  std::string_view text_;
+  std::size_t position_ = 0;
+  /// The closing bracket of each open array and object, from the outermost in.
+  std::array<char, maximumNestingDepth> closers_{};
+  std::size_t depth_ = 0;
+  bool isJustOpened_ = false;
+};
 
 bool isBetweenValues(char character) {
   return isWhiteSpace(character) || character == ',' || character == ':';
@@ -24,8 +187,8 @@ std::size_t lengthOfString(std::string_view text) {
   return position + 1;
 }
 
-/// The length of the array or object that `text` begins with. Its brackets match, so it is enough
-/// to count them.
+/// The length of the array or object that `text` begins with. The brackets of a checked text match,
+/// so counting them is enough.
 std::size_t lengthOfContainer(std::string_view text) {
   std::size_t position = 0;
   std::size_t depth = 0;
@@ -55,8 +218,8 @@ std::size_t lengthOfValue(std::string_view text) {
   }
 }
 
-/// Takes the value that comes next off `rest`, which ends with a closing bracket; nothing when that
-/// is all that is left.
+/// Removes the next value from `rest`, which ends with a closing bracket. Returns `std::nullopt`
+/// when no value is left.
 std::optional<JSONValue> takeValue(std::string_view& rest) {
   while (isBetweenValues(rest.front())) rest.remove_prefix(1);
   if (rest.front() == ']' || rest.front() == '}') return std::nullopt;
@@ -68,24 +231,11 @@ std::optional<JSONValue> takeValue(std::string_view& rest) {
 }  // namespace
 
 std::string_view nameOf(JSONType type) {
-  switch (type) {
-    case JSONType::null:
-      return "null";
-    case JSONType::boolean:
-      return "a boolean";
-    case JSONType::number:
-      return "a number";
-    case JSONType::string:
-      return "a string";
-    case JSONType::array:
-      return "an array";
-    case JSONType::object:
-      return "an object";
-  }
-  return {};
+  return typeNames[type].text;
 }
 
 JSONType JSONValue::type() const {
+  assert(!text.empty());
   switch (text.front()) {
     case 'n':
       return JSONType::null;
@@ -103,13 +253,21 @@ JSONType JSONValue::type() const {
   }
 }
 
-JSONElements::JSONElements(const JSONValue& array) : rest_(array.text.substr(1)) {}
+JSONValue scanJSON(std::string_view bytes) {
+  return Scanner(bytes).scanDocument();
+}
+
+JSONElements::JSONElements(const JSONValue& array) : rest_(array.text.substr(1)) {
+  assert(array.type() == JSONType::array);
+}
 
 std::optional<JSONValue> JSONElements::next() {
   return takeValue(rest_);
 }
 
-JSONMembers::JSONMembers(const JSONValue& object) : rest_(object.text.substr(1)) {}
+JSONMembers::JSONMembers(const JSONValue& object) : rest_(object.text.substr(1)) {
+  assert(object.type() == JSONType::object);
+}
 
 std::optional<JSONMember> JSONMembers::next() {
   const auto key = takeValue(rest_);

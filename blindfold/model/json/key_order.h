@@ -13,13 +13,12 @@
 
 namespace blindfold {
 
-/// A key of an object, ready to be put in order: letters count regardless of case, runs of digits
-/// by their value (at the place of the digits among other characters), and a key comes before those
-/// that it begins; keys that differ in nothing else are told apart byte by byte.
+/// A key of an object in the order of encoded keys: letters compare without regard to case, runs of
+/// digits by their value (among other characters like the digit 0), and a prefix precedes what it
+/// begins. Keys that are equal in all this compare byte by byte. The order is total on any bytes.
 ///
-/// It borrows the key, and holds bytes (the collation) whose plain order is that order: a long key
-/// is worked through once, however many others it is compared with. The order is total, on any
-/// bytes.
+/// Borrows the key, and holds a collation, bytes whose lexicographic order is that order: a long
+/// key is processed once, whatever the number of comparisons.
 class SortableKey {
  public:
   constexpr explicit SortableKey(std::string_view key) : key_(key) {
@@ -32,8 +31,8 @@ class SortableKey {
   constexpr std::strong_ordering operator<=>(const SortableKey&) const = default;
 
  private:
-  /// Takes a run of digits off `rest`. It collates as a digit, the number's length and the number,
-  /// without leading zeros.
+  /// Removes a run of digits from `rest`. Its collation is a digit, and the length and the digits
+  /// of the number without leading zeros.
   constexpr void collateNumber(std::string_view& rest) {
     const auto end = std::find_if_not(rest.begin(), rest.end(), isDigit);
     const auto first = std::find_if(rest.begin(), end, [](char digit) { return digit != '0'; });
@@ -43,7 +42,7 @@ class SortableKey {
     rest.remove_prefix(static_cast<std::size_t>(end - rest.begin()));
   }
 
-  /// A length is one byte if that is enough, and 0xFF and eight bytes if it is not.
+  /// The collation of a length is one byte if that suffices, otherwise 0xFF and eight bytes.
   constexpr void collateLength(std::uint64_t length) {
     constexpr unsigned char lengthFollows = 0xFF;
     if (length < lengthFollows) {
@@ -56,8 +55,8 @@ class SortableKey {
     }
   }
 
-  /// Takes a character off `rest`. It collates as the UTF-8 form of what it folds to: the bytes of
-  /// UTF-8 are in the order of the code points.
+  /// Removes a character from `rest`. Its collation is the UTF-8 encoding of its case folding, as
+  /// UTF-8 preserves the order of code points.
   constexpr void collateCharacter(std::string_view& rest) {
     const CodePoint codePoint = readCodePoint(rest, 0);
     const UTF8Form folded = encodeUTF8(foldCase(codePoint.value));

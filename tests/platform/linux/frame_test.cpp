@@ -57,7 +57,7 @@ Bytes withByte(Bytes bytes, std::size_t index, char byte) {
 
 TEST(FrameFaultTest, EveryFaultStandsAtItsOwnPlaceInTheTable) {
   std::size_t index = 0;
-  for (const auto& row : frameFaults) EXPECT_EQ(static_cast<std::size_t>(row.fault), index++);
+  for (const auto& row : frameFaults) EXPECT_EQ(static_cast<std::size_t>(row.value), index++);
 }
 
 TEST(FrameFaultTest, EveryFaultHasALineOfItsOwn) {

@@ -1,32 +1,30 @@
-#include "blindfold/model/json/json_encoder.h"
+#pragma once
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
 
-#include "blindfold/model/detection.h"
 #include "blindfold/model/enumerations.h"
-#include "blindfold/model/hold.h"
-#include "blindfold/model/instant.h"
-#include "blindfold/model/json/encoding_error.h"
-#include "blindfold/model/json/iso8601.h"
+#include "blindfold/model/json/json_encoder.h"
 #include "blindfold/model/json/json_string.h"
 #include "blindfold/model/json/key_order.h"
-#include "blindfold/model/json/number.h"
+#include "blindfold/model/record.h"
 
+/// The definition of `JSONEncoder::encode`, made from field tables. Included where a record is
+/// defined, which instantiates it:
+///
+///     template std::string JSONEncoder::encode(const CameraInfo&) const;
 namespace blindfold {
 
-namespace {
-
-/// Keys, each with what it is the key of.
+/// Keys, each with a value, to be put in order.
 template <class T>
 using KeyedEntries = std::vector<std::pair<SortableKey, T>>;
 
@@ -48,24 +46,17 @@ consteval auto rowsInKeyOrder() {
   return rows;
 }
 
-/// Writes one JSON text, with a `write` for each type that a field can have.
+/// Writes one JSON text, one `write` for each type of field.
 class JSONWriter {
  public:
-  /// What has been written.
+  /// Returns the text written so far and leaves none.
   std::string take() { return std::move(json_); }
 
-  void write(bool value) { json_ += value ? "true" : "false"; }
-
-  void write(std::int64_t value) { appendNumber(json_, value); }
-
-  void write(double value) {
-    if (!std::isfinite(value)) throw EncodingError("a number that is not finite has no JSON form");
-    appendNumber(json_, value);
-  }
-
-  void write(const std::string& value) { appendJSONString(json_, value); }
-
-  void write(Instant value) { appendJSONString(json_, formatISO8601(value)); }
+  void write(bool value);
+  void write(std::int64_t value);
+  void write(double value);
+  void write(const std::string& value);
+  void write(Instant value);
 
   template <Enumeration E>
   void write(E value) {
@@ -123,34 +114,18 @@ class JSONWriter {
     write(value);
   }
 
-  /// Adds a comma, unless what comes next is the first in its array or object.
-  void separate() {
-    if (json_.back() != '[' && json_.back() != '{') json_ += ',';
-  }
+  /// Appends a comma, unless the next value is the first of its array or object.
+  void separate();
 
   std::string json_;
 };
 
-}  // namespace
-
-template <Record T>
+template <class T>
 std::string JSONEncoder::encode(const T& record) const {
+  static_assert(Record<T>);
   JSONWriter writer;
   writer.write(record);
   return writer.take();
-}
-
-template std::string JSONEncoder::encode(const CameraInfo&) const;
-template std::string JSONEncoder::encode(const TargetService&) const;
-template std::string JSONEncoder::encode(const LaunchdServiceState&) const;
-template std::string JSONEncoder::encode(const DetectionResult&) const;
-template std::string JSONEncoder::encode(const HoldRequest&) const;
-template std::string JSONEncoder::encode(const HeldTarget&) const;
-template std::string JSONEncoder::encode(const HoldState&) const;
-template std::string JSONEncoder::encode(const OperationResult&) const;
-
-JSONEncoder makeJSONEncoder() {
-  return {};
 }
 
 }  // namespace blindfold
