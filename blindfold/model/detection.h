@@ -53,7 +53,7 @@ struct FieldTable<CameraInfo> {
 /// A launchd service that the helper can hold for a camera.
 ///
 /// Not an aggregate, because a caller may make one within a `co_await` expression: g++ 12 destroys
-/// temporaries of aggregate type twice there.
+/// a temporary of aggregate type twice there.
 struct TargetService {
   TargetService() = default;
 

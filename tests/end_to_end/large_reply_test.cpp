@@ -32,12 +32,8 @@ DetectionResult largeDetection() {
     result.serviceStates.push_back(
         {.label = "service." + id, .domain = ServiceDomain::gui, .pid = index});
   }
-  result.resolvedTargets.push_back(
-      {.label = "com.apple.appleh" + std::string(4'000'000, '1') + "camerad",
-       .domain = ServiceDomain::system,
-       .priority = 0,
-       .pid = 1,
-       .controlMode = ControlMode::sigstop});
+  result.resolvedTargets.emplace_back("com.apple.appleh" + std::string(4'000'000, '1') + "camerad",
+                                      ServiceDomain::system, 0, 1, ControlMode::sigstop);
   result.selectedCameraID = "CAM-" + std::to_string(many - 1);
   return result;
 }

@@ -341,6 +341,21 @@ TEST_F(HelperClientTest, HoldSendsTheEncodedRequestAsData) {
                            DataArgument{makeJSONEncoder().encode(someHoldRequest())}}));
 }
 
+TEST_F(HelperClientTest, ARequestMayBeMadeInTheExpressionThatAwaitsIt) {
+  const auto holdInOneExpression = [](HelperClient& client, std::string id) -> Task<std::string> {
+    const auto first =
+        co_await client.hold(HoldRequest{id, CameraKind::builtIn, {}, true, 30.0, {}});
+    const auto second = co_await client.hold({id, CameraKind::builtIn, {}, true, 30.0, {}});
+    co_return first.message + second.message;
+  };
+  const auto ending = start(holdInOneExpression(client_, "a camera with a long identifier"));
+  connection().reply(success);
+  fake_.mainLoop.runUntilIdle();
+  fake_.connections.connections().back()->reply(success);
+  fake_.mainLoop.runUntilIdle();
+  EXPECT_EQ(ending->value, "Done.Done.");
+}
+
 TEST_F(HelperClientTest, ARequestThatCannotBeEncodedFailsAsItIsBeforeAnyConnection) {
   HoldRequest request = someHoldRequest();
   request.durationHint = std::numeric_limits<double>::infinity();
