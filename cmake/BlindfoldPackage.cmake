@@ -5,10 +5,6 @@ set(clientRooms text model platform config authorization helperclient)
 
 set(clientHeaders
   authorization/client_authorization.h
-  authorization/client_authorization_assessment.h
-  authorization/client_execution_identity.h
-  config/computed_once.h
-  config/deployment_settings.h
   helperclient/helper_client.h
   helperclient/helper_client_error.h
   helperclient/run_task.h

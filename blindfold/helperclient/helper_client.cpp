@@ -3,6 +3,7 @@
 #include <exception>
 #include <utility>
 
+#include "blindfold/config/deployment_settings.h"
 #include "blindfold/helperclient/request.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
@@ -46,6 +47,10 @@ Task<OperationResult> requestHold(SharedState client, double timeout, HoldReques
 HelperClient::HelperClient(bool skipClientAuthorizationPrecheck)
     : HelperClient(std::make_shared<const HelperClientState>(
           skipClientAuthorizationPrecheck, currentPlatform(), deploymentSettings())) {}
+
+HelperClient::HelperClient(bool skipClientAuthorizationPrecheck, const DeploymentValues& values)
+    : HelperClient(std::make_shared<const HelperClientState>(skipClientAuthorizationPrecheck,
+                                                             currentPlatform(), values)) {}
 
 HelperClient::HelperClient(std::shared_ptr<const HelperClientState> state)
     : state_(std::move(state)) {}

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "blindfold/config/deployment_values.h"
 #include "blindfold/helperclient/helper_client_error.h"
 #include "blindfold/helperclient/run_task.h"
 #include "blindfold/helperclient/task.h"
@@ -13,7 +14,7 @@
 
 namespace blindfold {
 
-struct HelperClientState;
+class HelperClientState;
 
 /// The client of the privileged helper. Every operation is one request: it checks that the helper
 /// is installed and, unless the check is skipped, that this program is an authorized client; then
@@ -39,7 +40,12 @@ class HelperClient {
   /// program is an authorized client.
   explicit HelperClient(bool skipClientAuthorizationPrecheck);
 
+  /// A client with `values` in place of settings of this process. Contacts nothing.
+  HelperClient(bool skipClientAuthorizationPrecheck, const DeploymentValues& values);
+
+  /// A client of this library's own making.
   explicit HelperClient(std::shared_ptr<const HelperClientState> state);
+
   HelperClient(const HelperClient&) = delete;
   HelperClient& operator=(const HelperClient&) = delete;
   ~HelperClient();

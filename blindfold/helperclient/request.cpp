@@ -5,7 +5,7 @@
 #include <exception>
 #include <utility>
 
-#include "blindfold/authorization/client_authorization.h"
+#include "blindfold/authorization/authorization_decision.h"
 #include "blindfold/helperclient/helper_client_error.h"
 #include "blindfold/helperclient/single_outcome.h"
 

@@ -4,8 +4,11 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 
+#include "blindfold/config/bundle_with_values.h"
 #include "blindfold/config/deployment_settings.h"
+#include "blindfold/config/deployment_values.h"
 #include "blindfold/helperclient/task.h"
 #include "blindfold/platform/helper_connection.h"
 #include "blindfold/platform/platform.h"
@@ -24,17 +27,35 @@ struct PresenceState {
 };
 
 /// The state of a client, shared with its requests so that each may outlive the client.
-struct HelperClientState {
-  /// `usedPlatform` and `usedSettings` outlive the client and its requests.
+class HelperClientState {
+ public:
+  /// A client over a platform and settings that outlive it and its requests.
   HelperClientState(bool skipPrecheck, const Platform& usedPlatform,
                     const DeploymentSettings& usedSettings)
       : platform(usedPlatform),
         fileManager(usedPlatform.fileManager),
         settings(usedSettings),
         skipClientAuthorizationPrecheck(skipPrecheck) {}
+  HelperClientState(bool, const Platform&, const DeploymentSettings&&) = delete;
+
+  /// A client over a platform that outlives it and its requests, with `values` in place of settings
+  /// of the main bundle.
+  HelperClientState(bool skipPrecheck, const Platform& usedPlatform, const DeploymentValues& values)
+      : platform(usedPlatform),
+        fileManager(usedPlatform.fileManager),
+        bundleWithValues_(std::in_place, usedPlatform.bundles.mainBundle(), values),
+        settingsWithValues_(std::in_place, *bundleWithValues_, fileManager),
+        settings(*settingsWithValues_),
+        skipClientAuthorizationPrecheck(skipPrecheck) {}
 
   const Platform& platform;
   const FileManager& fileManager;
+
+ private:
+  const std::optional<BundleWithValues> bundleWithValues_;
+  const std::optional<DeploymentSettings> settingsWithValues_;
+
+ public:
   const DeploymentSettings& settings;
   const bool skipClientAuthorizationPrecheck;
   PresenceState presence;

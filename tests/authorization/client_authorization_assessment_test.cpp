@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "blindfold/authorization/client_authorization.h"
+#include "blindfold/authorization/authorization_decision.h"
 #include "tests/support/fake_bundle.h"
 #include "tests/support/fake_code_signing.h"
 #include "tests/support/fake_file_manager.h"

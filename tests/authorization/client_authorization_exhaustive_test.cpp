@@ -7,7 +7,7 @@
 #include <variant>
 #include <vector>
 
-#include "blindfold/authorization/client_authorization.h"
+#include "blindfold/authorization/authorization_decision.h"
 #include "tests/authorization/fake_client.h"
 
 namespace blindfold {

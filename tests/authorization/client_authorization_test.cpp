@@ -1,4 +1,4 @@
-#include "blindfold/authorization/client_authorization.h"
+#include "blindfold/authorization/authorization_decision.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "blindfold/authorization/client_authorization.h"
+#include "blindfold/authorization/authorization_decision.h"
 #include "tests/support/fake_bundle.h"
 #include "tests/support/fake_file_manager.h"
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <system_error>
 
-#include "blindfold/authorization/client_authorization.h"
+#include "blindfold/authorization/authorization_decision.h"
 #include "blindfold/authorization/secure_executable_path.h"
 #include "blindfold/platform/linux/linux_bundle.h"
 #include "blindfold/platform/linux/linux_file_manager.h"
