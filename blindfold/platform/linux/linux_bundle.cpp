@@ -54,10 +54,8 @@ FileDescriptor openDirectory(const FileURL& url) {
 class InfoBundle : public Bundle {
  public:
   std::optional<DictionaryValue> objectForInfoDictionaryKey(std::string_view key) const override {
-    const InfoDictionary& dictionary = infoDictionary();
-    const auto entry = dictionary.find(key);
-    if (entry == dictionary.end()) return std::nullopt;
-    return entry->second;
+    const DictionaryValue* const value = valueForKey(infoDictionary(), key);
+    return value == nullptr ? std::nullopt : std::optional(*value);
   }
 
   std::optional<std::string> bundleIdentifier() const override {
@@ -66,9 +64,9 @@ class InfoBundle : public Bundle {
 
  protected:
   std::optional<std::string> textForKey(std::string_view key) const {
-    auto value = objectForInfoDictionaryKey(key);
-    auto* const text = value ? std::get_if<std::string>(&*value) : nullptr;
-    return text != nullptr ? std::optional(std::move(*text)) : std::nullopt;
+    const auto value = objectForInfoDictionaryKey(key);
+    const std::string* const text = textOf(value);
+    return text == nullptr ? std::nullopt : std::optional(*text);
   }
 
  private:

@@ -6,232 +6,445 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string_view>
 #include <system_error>
-#include <utility>
 #include <variant>
-#include <vector>
 
-#include "blindfold/platform/linux/xml_reader.h"
+#include "blindfold/text/utf8.h"
 
 namespace blindfold {
 namespace {
+struct MalformedPropertyList {};
 
-constexpr std::string_view decimalDigits = "0123456789";
-constexpr std::string_view whiteSpace = " \t\r\n";
-
-std::string_view trimmed(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(whiteSpace), text.size()));
-  return text.substr(0, text.find_last_not_of(whiteSpace) + 1);
+void require(bool isWellFormed) {
+  if (!isWellFormed) throw MalformedPropertyList();
 }
 
-bool takeOneOf(std::string_view& text, std::string_view characters) {
-  if (text.empty() || characters.find(text.front()) == std::string_view::npos) return false;
-  text.remove_prefix(1);
-  return true;
+class CharacterSet {
+ public:
+  consteval explicit CharacterSet(std::string_view characters) {
+    for (const char each : characters) contains_[static_cast<unsigned char>(each)] = true;
+  }
+  bool contains(char each) const { return contains_[static_cast<unsigned char>(each)]; }
+
+ private:
+  std::array<bool, 256> contains_{};
+};
+
+constexpr CharacterSet whiteSpace(" \t\r\n");
+constexpr CharacterSet decimalDigits("0123456789");
+constexpr CharacterSet hexadecimalDigits("0123456789ABCDEFabcdef");
+constexpr CharacterSet base64Characters(
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/");
+/// Every name of a property list is ASCII.
+constexpr CharacterSet nameCharacters(
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._:");
+constexpr CharacterSet publicIdentifierCharacters(
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 \r\n-'()+,./:=?;!*#@$_%");
+/// The ASCII characters that stand for themselves in every text.
+constexpr CharacterSet plainCharacters(
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 \t\n"
+    "!\"#$%'()*+,-./:;=>?@[\\^_`{|}~\x7f");
+
+/// The rest of a text that is being read. Borrows the text.
+class Cursor {
+ public:
+  explicit Cursor(std::string_view text) : rest_(text) {}
+
+  std::string_view rest() const { return rest_; }
+  bool isAtEnd() const { return rest_.empty(); }
+
+  bool take(std::string_view mark) {
+    if (!rest_.starts_with(mark)) return false;
+    rest_.remove_prefix(mark.size());
+    return true;
+  }
+
+  std::string_view takeCount(std::size_t count) {
+    const std::string_view taken = rest_.substr(0, count);
+    rest_.remove_prefix(count);
+    return taken;
+  }
+
+  std::string_view takeWhile(const CharacterSet& set) {
+    std::size_t count = 0;
+    while (count < rest_.size() && set.contains(rest_[count])) ++count;
+    return takeCount(count);
+  }
+
+ private:
+  std::string_view rest_;
+};
+
+std::optional<std::uint64_t> numberOf(std::string_view digits, int base) {
+  std::uint64_t value = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, value, base);
+  return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
 }
 
-bool takeDigits(std::string_view& text) {
-  const auto count = std::min(text.find_first_not_of(decimalDigits), text.size());
-  text.remove_prefix(count);
-  return count > 0;
+Cursor trimmed(std::string_view text) {
+  while (!text.empty() && whiteSpace.contains(text.back())) text.remove_suffix(1);
+  while (!text.empty() && whiteSpace.contains(text.front())) text.remove_prefix(1);
+  return Cursor(text);
 }
 
-// Decimal or, after "0x", hexadecimal, and in the range of a 64-bit integer with or without sign.
+bool isEmpty(std::string_view text) {
+  return text.empty();
+}
+
+/// Decimal or, after "0x", hexadecimal, in the range of a 64-bit integer with or without sign.
 bool isInteger(std::string_view text) {
   constexpr auto lowestMagnitude = std::uint64_t{1} << 63;
-  text = trimmed(text);
-  const bool isNegative = text.starts_with('-');
-  takeOneOf(text, "+-");
-  const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
-  if (isHexadecimal) text.remove_prefix(2);
-  std::uint64_t magnitude = 0;
-  const char* const begin = text.data();
-  const char* const end = begin + text.size();
-  const auto [stop, error] = std::from_chars(begin, end, magnitude, isHexadecimal ? 16 : 10);
-  return error == std::errc() && stop == end && (!isNegative || magnitude <= lowestMagnitude);
+  Cursor cursor = trimmed(text);
+  const bool isNegative = cursor.take("-");
+  if (!isNegative) cursor.take("+");
+  const int base = cursor.take("0x") || cursor.take("0X") ? 16 : 10;
+  const auto magnitude = numberOf(cursor.rest(), base);
+  return magnitude && (!isNegative || *magnitude <= lowestMagnitude);
 }
 
 bool isReal(std::string_view text) {
-  text = trimmed(text);
-  takeOneOf(text, "+-");
-  if (!takeDigits(text)) return false;
-  if (takeOneOf(text, ".")) takeDigits(text);
-  if (takeOneOf(text, "eE")) {
-    takeOneOf(text, "+-");
-    if (!takeDigits(text)) return false;
+  Cursor cursor = trimmed(text);
+  if (!cursor.take("-")) cursor.take("+");
+  if (cursor.takeWhile(decimalDigits).empty()) return false;
+  if (cursor.take(".")) cursor.takeWhile(decimalDigits);
+  if (cursor.take("e") || cursor.take("E")) {
+    if (!cursor.take("-")) cursor.take("+");
+    if (cursor.takeWhile(decimalDigits).empty()) return false;
   }
-  return text.empty();
+  return cursor.isAtEnd();
 }
 
-// A time in UTC to the second: 2001-01-01T00:00:00Z.
+/// A time in UTC to the second (ISO 8601), each field between those of `first` and `last`.
 bool isDate(std::string_view text) {
-  struct Field {
-    std::size_t digits;
-    int first;
-    int last;
-    char delimiter;
-  };
-  constexpr std::array<Field, 6> fields{{
-      {4, 0, 9999, '-'},
-      {2, 1, 12, '-'},
-      {2, 1, 31, 'T'},
-      {2, 0, 23, ':'},
-      {2, 0, 59, ':'},
-      {2, 0, 59, 'Z'},
-  }};
-  text = trimmed(text);
-  for (const auto& field : fields) {
-    std::string_view rest = text;
-    rest.remove_prefix(std::min(field.digits, rest.size()));
-    int value = 0;
-    while (text.size() > rest.size()) {
-      const auto digit = decimalDigits.find(text.front());
-      if (digit == std::string_view::npos) return false;
-      value = value * 10 + static_cast<int>(digit);
-      text.remove_prefix(1);
-    }
-    if (value < field.first || value > field.last) return false;
-    if (!takeOneOf(text, {&field.delimiter, 1})) return false;
+  Cursor first("0000-01-01T00:00:00Z");
+  Cursor last("9999-12-31T23:59:59Z");
+  Cursor cursor = trimmed(text);
+  while (!first.isAtEnd()) {
+    const auto lowest = first.takeWhile(decimalDigits);
+    const auto highest = last.takeWhile(decimalDigits);
+    const auto field = cursor.takeWhile(decimalDigits);
+    if (field.size() != lowest.size() || field < lowest || field > highest) return false;
+    last.takeCount(1);
+    if (!cursor.take(first.takeCount(1))) return false;
   }
-  return text.empty();
+  return cursor.isAtEnd();
 }
 
-// Base64, with white space anywhere.
+/// Base64 (RFC 4648) with white space anywhere.
 bool isData(std::string_view text) {
-  constexpr std::string_view alphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::size_t characters = 0;
-  std::size_t padding = 0;
-  for (const char each : text) {
-    if (whiteSpace.find(each) != std::string_view::npos) continue;
-    ++characters;
-    if (each == '=') {
-      ++padding;
-    } else if (padding > 0 || alphabet.find(each) == std::string_view::npos) {
-      return false;
-    }
+  std::string characters(text);
+  std::erase_if(characters, [](char each) { return whiteSpace.contains(each); });
+  Cursor cursor(characters);
+  cursor.takeWhile(base64Characters);
+  const bool isPadded = cursor.rest() == "=" || cursor.rest() == "==";
+  return characters.size() % 4 == 0 && (isPadded || cursor.isAtEnd());
+}
+
+/// The types whose values this program does not read, but which must be in their form.
+constexpr auto opaqueTypes =
+    std::to_array<std::pair<std::string_view, bool (*)(std::string_view)>>({
+        {"integer", isInteger},
+        {"real", isReal},
+        {"true", isEmpty},
+        {"false", isEmpty},
+        {"date", isDate},
+        {"data", isData},
+    });
+
+constexpr auto entities = std::to_array<std::pair<std::string_view, char32_t>>(
+    {{"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}});
+
+/// The value of the row of `name`.
+auto valueNamed(std::string_view name, const auto& table) {
+  const auto row = std::find_if(table.begin(), table.end(),
+                                [&](const auto& each) { return each.first == name; });
+  require(row != table.end());
+  return row->second;
+}
+
+/// A character of XML 1.0.
+bool isXMLCharacter(char32_t value) {
+  if (value < 0x20) return value == '\t' || value == '\n' || value == '\r';
+  const bool isSurrogate = value >= 0xd800 && value <= 0xdfff;
+  return !isSurrogate && value != 0xfffe && value != 0xffff && value <= 0x10ffff;
+}
+
+bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
+  const auto lower = [](char each) { return each >= 'A' && each <= 'Z' ? each | 0x20 : each; };
+  return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
+                    [&](char left, char right) { return lower(left) == right; });
+}
+
+/// Takes one character and appends it, line ends as "\n".
+void appendCharacter(std::string& text, Cursor& cursor) {
+  if (cursor.take("\r")) {
+    cursor.take("\n");
+    text += '\n';
+    return;
   }
-  return characters % 4 == 0 && padding <= 2;
+  const CodePoint character = readCodePoint(cursor.rest(), 0);
+  require(character.isValid && isXMLCharacter(character.value));
+  text += cursor.takeCount(character.length);
 }
 
-// The types whose values this program never reads, but which must be in their form all the same.
-struct OpaqueType {
-  std::string_view name;
-  bool (*isValid)(std::string_view text);
-};
-
-bool isNothing(std::string_view text) {
-  return text.empty();
-}
-
-constexpr std::array<OpaqueType, 6> opaqueTypes{{
-    {"integer", isInteger},
-    {"real", isReal},
-    {"true", isNothing},
-    {"false", isNothing},
-    {"date", isDate},
-    {"data", isData},
-}};
-
-bool isEndOf(const XMLTag& tag, std::string_view name) {
-  return tag.kind == XMLTag::Kind::end && tag.name == name;
-}
-
-bool isStartWithoutAttributes(const XMLTag& tag) {
-  return tag.kind == XMLTag::Kind::start && tag.attributeNames.empty();
-}
-
-bool isPropertyListStart(const XMLTag& tag) {
-  const std::vector<std::string_view> attributes{"version"};
-  return tag.kind == XMLTag::Kind::start && tag.name == "plist" &&
-         (tag.attributeNames.empty() || tag.attributeNames == attributes);
-}
-
-// Reads a property list as its elements stand in each other. A value is read from behind its start
-// tag, `name` being the tag's.
+/// Each operation reads one construct, and throws `MalformedPropertyList` where it meets another.
 class PropertyListParser {
  public:
-  explicit PropertyListParser(std::string_view document) : reader_(document) {}
+  /// Borrows `document`.
+  explicit PropertyListParser(std::string_view document) : cursor_(document) {}
 
   InfoDictionary parse() {
-    if (!isPropertyListStart(reader_.nextTag())) throw MalformedXML();
+    readProlog();
+    readListTag();
+    const StartTag tag = readStartTag();
     InfoDictionary dictionary;
-    const std::string_view name = nextValueStart();
-    if (name == "dict") {
-      dictionary = readDictionary(1);
+    if (tag.name == "dict") {
+      dictionary = readDictionary(tag, 1);
     } else {
-      readValue(name, 1);
+      readValue(tag, 1);
     }
-    expectEndOf("plist");
-    reader_.expectEnd();
+    skipMiscellany();
+    readEndTag("plist");
+    skipMiscellany();
+    require(cursor_.isAtEnd());
     return dictionary;
   }
 
  private:
-  DictionaryValue readValue(std::string_view name, int nesting) {
-    if (nesting > maximumPropertyListNesting) throw MalformedXML();
-    if (name == "array") return readArray(nesting);
-    if (name == "dict") {
-      readDictionary(nesting);
+  struct StartTag {
+    std::string_view name;
+    bool isEmpty;  ///< An element without content: "<true/>".
+  };
+
+  void readProlog() {
+    cursor_.take("\xef\xbb\xbf");
+    Cursor declaration = cursor_;
+    if (declaration.take("<?xml") && !declaration.takeWhile(whiteSpace).empty()) readDeclaration();
+    skipMiscellany();
+    if (cursor_.take("<!DOCTYPE")) readDocumentType();
+    skipMiscellany();
+  }
+
+  void readDeclaration() {
+    read("<?xml");
+    Cursor version(readAttribute("version").value_or(""));
+    require(version.take("1.") && !version.takeWhile(decimalDigits).empty() && version.isAtEnd());
+    require(equalsIgnoringCase(readAttribute("encoding").value_or("utf-8"), "utf-8"));
+    const auto standalone = readAttribute("standalone").value_or("no");
+    require(standalone == "yes" || standalone == "no");
+    readAfterWhiteSpace("?>");
+  }
+
+  /// The rest of a document type: a name, and optionally an external identifier.
+  void readDocumentType() {
+    readWhiteSpace();
+    readName();
+    cursor_.takeWhile(whiteSpace);
+    const bool isPublic = cursor_.take("PUBLIC");
+    if (isPublic) {
+      readWhiteSpace();
+      Cursor identifier(readLiteral());
+      identifier.takeWhile(publicIdentifierCharacters);
+      require(identifier.isAtEnd());
+    }
+    if (isPublic || cursor_.take("SYSTEM")) {
+      readWhiteSpace();
+      readLiteral();
+    }
+    readAfterWhiteSpace(">");
+  }
+
+  void readListTag() {
+    read("<");
+    require(readName() == "plist");
+    const auto version = readAttribute("version").value_or("");
+    require(version.find('<') == std::string_view::npos);
+    for (auto at = version.find('&'); at != std::string_view::npos;
+         at = version.find('&', at + 1)) {
+      PropertyListParser(version.substr(at)).readReference();
+    }
+    readAfterWhiteSpace(">");
+  }
+
+  DictionaryValue readValue(const StartTag& tag, int nesting) {
+    require(nesting <= maximumPropertyListNesting);
+    if (tag.name == "array") return readArray(tag, nesting);
+    if (tag.name == "dict") {
+      readDictionary(tag, nesting);
       return OpaqueValue();
     }
-    std::string text = readText(name);
-    if (name == "string") return text;
-    const auto type = std::find_if(opaqueTypes.begin(), opaqueTypes.end(),
-                                   [&](const auto& each) { return each.name == name; });
-    if (type == opaqueTypes.end() || !type->isValid(text)) throw MalformedXML();
+    std::string text = readContent(tag);
+    if (tag.name == "string") return text;
+    require(valueNamed(tag.name, opaqueTypes)(text));
     return OpaqueValue();
   }
 
-  InfoDictionary readDictionary(int nesting) {
+  InfoDictionary readDictionary(const StartTag& tag, int nesting) {
     InfoDictionary dictionary;
-    for (;;) {
-      const XMLTag tag = reader_.nextTag();
-      if (isEndOf(tag, "dict")) return dictionary;
-      if (!isStartWithoutAttributes(tag) || tag.name != "key") throw MalformedXML();
-      std::string key = readText(tag.name);
-      dictionary.insert_or_assign(std::move(key), readValue(nextValueStart(), nesting + 1));
+    while (!isAtEndOf(tag)) {
+      const StartTag keyTag = readStartTag();
+      require(keyTag.name == "key");
+      std::string key = readContent(keyTag);
+      dictionary.emplace_back(std::move(key), readValue(readStartTag(), nesting + 1));
     }
+    return dictionary;
   }
 
-  ValueArray readArray(int nesting) {
+  ValueArray readArray(const StartTag& tag, int nesting) {
     ValueArray array;
-    for (;;) {
-      const XMLTag tag = reader_.nextTag();
-      if (isEndOf(tag, "array")) return array;
-      if (!isStartWithoutAttributes(tag)) throw MalformedXML();
-      auto value = readValue(tag.name, nesting + 1);
+    while (!isAtEndOf(tag)) {
+      auto value = readValue(readStartTag(), nesting + 1);
       auto* const text = std::get_if<std::string>(&value);
       array.push_back(text != nullptr ? std::optional(std::move(*text)) : std::nullopt);
     }
+    return array;
   }
 
-  std::string readText(std::string_view name) {
-    std::string text = reader_.text();
-    expectEndOf(name);
+  std::string readContent(const StartTag& tag) {
+    if (tag.isEmpty) return {};
+    std::string text = readText();
+    readEndTag(tag.name);
     return text;
   }
 
-  std::string_view nextValueStart() {
-    const XMLTag tag = reader_.nextTag();
-    if (!isStartWithoutAttributes(tag)) throw MalformedXML();
-    return tag.name;
+  StartTag readStartTag() {
+    skipMiscellany();
+    read("<");
+    const auto name = readName();
+    cursor_.takeWhile(whiteSpace);
+    const bool isEmpty = cursor_.take("/");
+    read(">");
+    return {name, isEmpty};
   }
 
-  void expectEndOf(std::string_view name) {
-    if (!isEndOf(reader_.nextTag(), name)) throw MalformedXML();
+  void readEndTag(std::string_view name) {
+    read("</");
+    require(readName() == name);
+    readAfterWhiteSpace(">");
   }
 
-  XMLReader reader_;
+  /// Whether the element that `tag` starts has no more elements; its end tag is then read.
+  bool isAtEndOf(const StartTag& tag) {
+    if (tag.isEmpty) return true;
+    skipMiscellany();
+    if (!cursor_.rest().starts_with("</")) return false;
+    readEndTag(tag.name);
+    return true;
+  }
+
+  /// The characters up to the next tag, with references replaced.
+  std::string readText() {
+    std::string text;
+    for (;;) {
+      text += cursor_.takeWhile(plainCharacters);
+      require(!cursor_.isAtEnd() && !cursor_.rest().starts_with("]]>"));
+      if (cursor_.rest().front() == '&') {
+        text += encodeUTF8(readReference()).text();
+      } else if (cursor_.rest().front() != '<') {
+        appendCharacter(text, cursor_);
+      } else if (cursor_.take("<![CDATA[")) {
+        Cursor section(readThrough("]]>"));
+        while (!section.isAtEnd()) appendCharacter(text, section);
+      } else if (!skipCommentOrInstruction()) {
+        return text;
+      }
+    }
+  }
+
+  char32_t readReference() {
+    read("&");
+    const bool isNumber = cursor_.take("#");
+    const int base = isNumber && cursor_.take("x") ? 16 : 10;
+    const auto name = cursor_.takeWhile(isNumber ? hexadecimalDigits : nameCharacters);
+    read(";");
+    if (!isNumber) return valueNamed(name, entities);
+    const auto value =
+        static_cast<char32_t>(std::min(numberOf(name, base).value_or(0), 0x110000UL));
+    require(isXMLCharacter(value));
+    return value;
+  }
+
+  /// The literal of the attribute `name`; `std::nullopt` when something else is next.
+  std::optional<std::string_view> readAttribute(std::string_view name) {
+    Cursor attribute = cursor_;
+    if (attribute.takeWhile(whiteSpace).empty() || !attribute.take(name)) return std::nullopt;
+    cursor_ = attribute;
+    readAfterWhiteSpace("=");
+    cursor_.takeWhile(whiteSpace);
+    return readLiteral();
+  }
+
+  /// Skips white space, comments and processing instructions.
+  void skipMiscellany() {
+    do {
+      cursor_.takeWhile(whiteSpace);
+    } while (skipCommentOrInstruction());
+  }
+
+  bool skipCommentOrInstruction() {
+    if (cursor_.take("<!--")) {
+      readThrough("--");
+      read(">");
+      return true;
+    }
+    if (!cursor_.take("<?")) return false;
+    require(!equalsIgnoringCase(readName(), "xml"));
+    if (cursor_.take("?>")) return true;
+    readWhiteSpace();
+    readThrough("?>");
+    return true;
+  }
+
+  std::string_view readName() {
+    const auto name = cursor_.takeWhile(nameCharacters);
+    require(!name.empty() && name.front() != '-' && name.front() != '.');
+    require(!decimalDigits.contains(name.front()));
+    return name;
+  }
+
+  /// A text in quotation marks of either kind.
+  std::string_view readLiteral() {
+    if (cursor_.take("'")) return readThrough("'");
+    read("\"");
+    return readThrough("\"");
+  }
+
+  /// Everything up to `mark`, which is read as well.
+  std::string_view readThrough(std::string_view mark) {
+    const auto count = cursor_.rest().find(mark);
+    require(count != std::string_view::npos);
+    const auto characters = cursor_.takeCount(count);
+    Cursor unchecked(characters);
+    unchecked.takeWhile(plainCharacters);
+    require(isValidUTF8(unchecked.rest(), isXMLCharacter));
+    read(mark);
+    return characters;
+  }
+
+  void readWhiteSpace() { require(!cursor_.takeWhile(whiteSpace).empty()); }
+
+  void readAfterWhiteSpace(std::string_view mark) {
+    cursor_.takeWhile(whiteSpace);
+    read(mark);
+  }
+
+  void read(std::string_view mark) { require(cursor_.take(mark)); }
+
+  Cursor cursor_;
 };
-
 }  // namespace
+
+const DictionaryValue* valueForKey(const InfoDictionary& dictionary, std::string_view key) {
+  const auto entry = std::find_if(dictionary.rbegin(), dictionary.rend(),
+                                  [&](const auto& each) { return each.first == key; });
+  return entry == dictionary.rend() ? nullptr : &entry->second;
+}
 
 InfoDictionary parsePropertyList(std::string_view document) {
   try {
     return PropertyListParser(document).parse();
-  } catch (const MalformedXML&) {
+  } catch (const MalformedPropertyList&) {
     return {};
   }
 }

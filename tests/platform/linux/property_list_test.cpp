@@ -29,8 +29,8 @@ std::string listWith(std::string_view value) {
 // What such a list has under the key "k"; nothing when it is malformed.
 std::optional<DictionaryValue> parsedValue(std::string_view value) {
   const auto dictionary = parsePropertyList(listWith(value));
-  const auto entry = dictionary.find("k");
-  return entry == dictionary.end() ? std::nullopt : std::optional(entry->second);
+  const DictionaryValue* const parsed = valueForKey(dictionary, "k");
+  return parsed == nullptr ? std::nullopt : std::optional(*parsed);
 }
 
 DictionaryValue text(std::string_view value) {
@@ -49,10 +49,9 @@ TEST(PropertyListTest, ADictionaryIsReadKeyByKey) {
 }
 
 TEST(PropertyListTest, OfEqualKeysTheLastCounts) {
-  const InfoDictionary expected{{"a", "2"}};
-  EXPECT_EQ(parsePropertyList(listOf("<key>a</key><string>1</string>"
-                                     "<key>a</key><string>2</string>")),
-            expected);
+  const auto dictionary = parsePropertyList(
+      listOf("<key>k</key><string>1</string><key>l</key><true/><key>k</key><string>2</string>"));
+  EXPECT_EQ(*valueForKey(dictionary, "k"), text("2"));
 }
 
 TEST(PropertyListTest, AnArrayOfTextsIsRead) {
