@@ -12,15 +12,18 @@ class MainLoop {
   MainLoop& operator=(const MainLoop&) = delete;
   virtual ~MainLoop() = default;
 
-  /// Runs `work` on the thread that serves the loop, in the order of posting and never inside this
-  /// call. `work` must not throw. Any thread may call.
+  /// Runs `work`, which does not throw, from `run`: in the order of posting, one at a time and
+  /// never inside this call. On Linux it runs on the thread that serves the loop; on macOS on any
+  /// thread, one that may have a stack of 512 KiB. Any thread may call.
   virtual void post(std::function<void()> work) = 0;
 
   /// Sees to it that connections and timed work are served by a thread that is neither the calling
   /// one nor the one that serves this loop, so that both may block. Any thread may call.
   virtual void serveElsewhere() = 0;
 
-  /// Gives the calling thread to the loop for good; the process ends by `exit` from some work.
+  /// Gives the calling thread to the loop for good; the process ends by `exit` from some work. On
+  /// macOS it is the main thread, which ends with this call (dispatch_main(3)), so that no local of
+  /// it may still be in use.
   [[noreturn]] virtual void run() = 0;
 };
 

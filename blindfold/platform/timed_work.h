@@ -24,7 +24,9 @@ class WorkItem {
 };
 
 /// A queue that runs work after a delay, on a thread of its own choice and never inside a call of
-/// this class. Delays run on a monotonic clock (POSIX CLOCK_MONOTONIC).
+/// this class. Delays run on a clock that setting the time does not move: CLOCK_MONOTONIC on Linux,
+/// and on macOS the clock of dispatch_time(3), which stands still while the machine sleeps. Work
+/// never starts early; on macOS it may start late by a tenth of its delay (dispatch_after(3)).
 class TimedWorkQueue {
  public:
   TimedWorkQueue() = default;
