@@ -180,27 +180,32 @@ struct ActionDescription {
   std::string_view name;
   /// Whether another action follows.
   bool isNested;
+  /// Whether it needs answers that travel as frames.
+  bool needsFrames;
   /// Reads what follows the name, up to the nested action.
   void (*read)(LineReader& line, Answer& answer);
 };
 
 constexpr std::array<ActionDescription, 8> actionTable{{
-    {"reply", false, readReply},
-    {"reply-file", false, readReplyFile},
-    {"delay", true, readDelay},
-    {"silent", false, readSilent},
-    {"close", false, readClose},
-    {"error", false, readError},
-    {"truncate", true, readTruncate},
-    {"trickle", true, readTrickle},
+    {"reply", false, false, readReply},
+    {"reply-file", false, false, readReplyFile},
+    {"delay", true, false, readDelay},
+    {"silent", false, false, readSilent},
+    {"close", false, false, readClose},
+    {"error", false, true, readError},
+    {"truncate", true, true, readTruncate},
+    {"trickle", true, true, readTrickle},
 }};
 
-const ActionDescription& takeAction(LineReader& line) {
+const ActionDescription& takeAction(LineReader& line, Carrier carrier) {
   const auto word = line.takeWord();
   if (word.empty()) throw UsageError("an action is missing");
   const auto action = std::find_if(actionTable.begin(), actionTable.end(),
                                    [word](const auto& each) { return each.name == word; });
   if (action == actionTable.end()) throw UsageError("unknown action " + quoted(word));
+  if (action->needsFrames && carrier != Carrier::frames) {
+    throw UsageError("XPC has no way to carry out " + quoted(word));
+  }
   return *action;
 }
 
@@ -211,11 +216,11 @@ HelperMethod takeMethod(LineReader& line) {
   return *method;
 }
 
-Answer takeAnswer(LineReader& line) {
+Answer takeAnswer(LineReader& line, Carrier carrier) {
   Answer answer;
   bool isComplete = false;
   while (!isComplete) {
-    const auto& action = takeAction(line);
+    const auto& action = takeAction(line, carrier);
     action.read(line, answer);
     isComplete = !action.isNested;
   }
@@ -228,28 +233,28 @@ std::size_t row(HelperMethod method) {
 
 }  // namespace
 
-Script::Script(std::string_view text, std::string_view name) {
+Script::Script(std::string_view text, std::string_view name, Carrier carrier) {
   for (std::size_t number = 1; !text.empty(); ++number) {
     LineReader line(text.substr(0, text.find('\n')));
     text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
     if (line.isAtEnd() || line.isAtComment()) continue;
     try {
       const auto method = takeMethod(line);
-      turns_[row(method)].answers.push_back(takeAnswer(line));
+      turns_[row(method)].answers.push_back(takeAnswer(line, carrier));
     } catch (const std::runtime_error& error) {
       throw UsageError(oneLine(name) + ":" + std::to_string(number) + ": " + error.what());
     }
   }
 }
 
-Script Script::read(const std::string& path) {
+Script Script::read(const std::string& path, Carrier carrier) {
   Bytes text;
   try {
     text = readFile(path, maximumScriptSize);
   } catch (const PlatformError& error) {
     throw UsageError(error.what());
   }
-  return {text, path};
+  return {text, path, carrier};
 }
 
 std::optional<Answer> Script::next(HelperMethod method) {

@@ -62,6 +62,10 @@ struct Answer {
   bool operator==(const Answer&) const = default;
 };
 
+/// How messages and their answers travel: as frames of bytes, of which a script may send a part, or
+/// whole, as XPC carries them.
+enum class Carrier { frames, messages };
+
 /// How the helper is to answer, method by method.
 ///
 /// A script is text, one directive a line: `SELECTOR ACTION [OPERAND]`, words separated by blanks
@@ -78,6 +82,8 @@ struct Answer {
 ///
 /// Where actions are nested their order does not matter: delays add up, the shortest truncation and
 /// the slowest trickle count. `silent` and `close` send no frame, so nothing but a delay applies.
+/// Where messages travel whole there are no frames to truncate or to trickle, and no error is sent
+/// but the system's own, so that `error` is not an action either.
 class Script {
  public:
   /// A script without directives.
@@ -85,10 +91,10 @@ class Script {
 
   /// Reads all of `text`, and the files that it names. Throws `UsageError` with one line that names
   /// `name`, the line's number and what is wrong with it.
-  Script(std::string_view text, std::string_view name);
+  Script(std::string_view text, std::string_view name, Carrier carrier = Carrier::frames);
 
   /// Reads the script at `path`. Throws `UsageError` as above, and when it cannot be read.
-  static Script read(const std::string& path);
+  static Script read(const std::string& path, Carrier carrier = Carrier::frames);
 
   /// The answer whose turn it is for `method`: its directives are used in turn, the last one
   /// repeating. `std::nullopt` when it has none.

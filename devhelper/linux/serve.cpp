@@ -8,7 +8,7 @@
 #include "devhelper/development_helper.h"
 #include "devhelper/linux/helper_service.h"
 #include "devhelper/linux/service_listener.h"
-#include "devhelper/linux/termination.h"
+#include "devhelper/termination.h"
 #include "devhelper/messages.h"
 
 namespace blindfold {

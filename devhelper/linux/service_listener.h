@@ -4,7 +4,7 @@
 #include <string>
 
 #include "blindfold/platform/linux/file_descriptor.h"
-#include "devhelper/linux/termination.h"
+#include "devhelper/termination.h"
 
 namespace blindfold {
 

@@ -279,5 +279,22 @@ TEST(ScriptTest, AScriptFileThatCannotBeReadIsRefused) {
   EXPECT_THROW(Script::read("/nonexistent"), UsageError);
 }
 
+TEST(ScriptTest, HasTheActionsThatXPCCanCarryOut) {
+  Script script("currentState: delay 1.5 reply {}\ncurrentState: silent\ncurrentState: close\n",
+                "s", Carrier::messages);
+  EXPECT_EQ(script.next(HelperMethod::currentState),
+            (Answer{.bytes = Bytes("{}"), .delay = std::chrono::milliseconds(1500)}));
+  EXPECT_EQ(script.next(HelperMethod::currentState)->ending, Answer::Ending::silence);
+  EXPECT_EQ(script.next(HelperMethod::currentState)->ending, Answer::Ending::close);
+}
+
+TEST(ScriptTest, RefusesTheActionsThatXPCCannotCarryOut) {
+  for (const std::string action :
+       {"truncate 3 reply {}", "trickle 5 reply {}", "error no", "delay 1 truncate 3 reply {}"}) {
+    EXPECT_THROW(Script("muteMic: " + action, "s", Carrier::messages), UsageError) << action;
+    EXPECT_NO_THROW(Script("muteMic: " + action, "s", Carrier::frames)) << action;
+  }
+}
+
 }  // namespace
 }  // namespace blindfold

@@ -1,44 +1,26 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "blindfold/helperclient/helper_client.h"
-#include "blindfold/helperclient/request.h"
-#include "blindfold/platform/macos/macos_platform.h"
+#include "client_over_xpc.h"
 #include "dispatch_stand_in.h"
-#include "events.h"
-#include "in_process_service.h"
-#include "security_stand_in.h"
-#include "tests/support/fake_main_loop.h"
-#include "tests/support/program.h"
-#include "tests/support/task_ending.h"
 
 namespace blindfold {
 namespace {
 
 const Bytes idleState = R"({"heldTargets":[],"micMuted":false,"mode":"idle"})";
 
-/// The client's whole requests over the macOS adapters.
-class ClientRequestTest : public testing::Test {
+class ClientRequestTest : public ClientOverXPC {
  protected:
-  ClientRequestTest() {
-    InProcessService::shared().reset();
-    SecurityStandIn::shared().reset();
-    answerWith(idleState);
-  }
+  ClientRequestTest() { answerWith(idleState); }
 
-  /// No test leaves a connection behind.
-  ~ClientRequestTest() override {
+  void TearDown() override {
     heldReply_ = nullptr;
-    EXPECT_TRUE(comesTrue([&] {
-      mainLoop_.runUntilIdle();
-      return InProcessService::liveConnections() == 0;
-    }));
+    ClientOverXPC::TearDown();
   }
 
   static void answerWith(const std::optional<Bytes>& bytes) {
@@ -55,15 +37,6 @@ class ClientRequestTest : public testing::Test {
         });
   }
 
-  /// Turns the main loop until the task has ended.
-  template <typename T>
-  void finish(const TaskEnding<T>& ending) {
-    EXPECT_TRUE(comesTrue([&] {
-      mainLoop_.runUntilIdle();
-      return ending.count > 0;
-    }));
-  }
-
   /// Starts a request that the helper receives and does not answer.
   std::shared_ptr<TaskEnding<Bytes>> askASilentHelper(double timeLimit) {
     staySilent();
@@ -73,41 +46,6 @@ class ClientRequestTest : public testing::Test {
     return ending;
   }
 
-  std::string failureOf(Task<HoldState> task) {
-    const auto ending = startTask(mainLoop_, std::move(task));
-    finish(*ending);
-    return describeFailure(*ending);
-  }
-
-  /// A bundle that says that the helper is installed where there is a file that may be executed.
-  std::unique_ptr<Bundle> makeBundle() const {
-    const std::string contents = directory_.path() + "/Tool.app/Contents";
-    std::filesystem::create_directories(contents);
-    std::filesystem::create_symlink("Contents", directory_.path() + "/Tool.app/Resources");
-    const std::string helper = directory_.path() + "/helper";
-    std::ofstream(helper) << "#!/bin/sh\n";
-    std::filesystem::permissions(helper, std::filesystem::perms::owner_all);
-    std::ofstream(contents + "/Info.plist")
-        << "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
-        << "<key>BlindfoldHelperInstallPath</key><string> " << helper << "\n</string>"
-        << "<key>BlindfoldHelperLaunchdLabel</key><string>app.example.helper</string>"
-        << "</dict></plist>";
-    return bundles_.bundleWithURL(FileURL(directory_.path() + "/Tool.app"));
-  }
-
-  const TemporaryDirectory directory_;
-  FoundationFileManager fileManager_;
-  FoundationBundleProvider bundles_;
-  SecurityCodeSigning codeSigning_;
-  XPCHelperConnectionProvider connections_;
-  DispatchTimedWorkQueue timedWork_;
-  FakeMainLoop mainLoop_;
-  const Platform platform_{fileManager_, bundles_,  codeSigning_,
-                           connections_, mainLoop_, timedWork_};
-  const std::unique_ptr<Bundle> bundle_ = makeBundle();
-  const DeploymentSettings settings_{*bundle_, fileManager_};
-  HelperClient client_{
-      std::make_shared<const HelperClientState>(/*skipPrecheck=*/true, platform_, settings_)};
   Events events_;
   InProcessService::Reply heldReply_;
 };

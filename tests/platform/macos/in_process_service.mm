@@ -1,8 +1,5 @@
 #include "in_process_service.h"
 
-#import <Block.h>
-#import <Foundation/Foundation.h>
-#import <dispatch/dispatch.h>
 #import <objc/runtime.h>
 
 #include <cstdio>
@@ -12,110 +9,12 @@
 #include <memory>
 #include <utility>
 
-#include "blindfold/platform/macos/blindfold_xpc_protocol.h"
 #include "blindfold/platform/macos/conversion.h"
-
-using ErrorHandler = void (^)(NSError*);
-using ConnectionHandler = void (^)(void);
+#include "in_process_calls.h"
 
 namespace blindfold {
 
-/// What one `NSXPCConnection` holds. GNUstep declares the class without any of its state.
-struct Peer {
-  InProcessService::Connection connection;
-  ConnectionHandler invalidation = nullptr;
-  ConnectionHandler interruption = nullptr;
-  ErrorHandler proxyError = nullptr;
-};
-
-/// What the platform's methods below do with the service.
-class InProcessCalls {
- public:
-  static void mayRaise(const char* selector) {
-    auto& service = InProcessService::shared();
-    std::string reason;
-    {
-      const std::lock_guard lock(service.mutex_);
-      if (service.raisingSelector_ != selector) return;
-      service.raisingSelector_.clear();
-      reason = service.raisingReason_;
-    }
-    [NSException raise:NSInternalInconsistencyException format:@"%s", reason.c_str()];
-  }
-
-  static ProxyKind proxyKind() {
-    auto& service = InProcessService::shared();
-    const std::lock_guard lock(service.mutex_);
-    return service.proxyKind_;
-  }
-
-  static void receive(SEL selector, id argument, BlindfoldReply reply);
-
-  /// Runs `change` on the state of `connection`, with every other connection's locked out.
-  template <class Change>
-  static auto with(NSXPCConnection* connection, const Change& change) {
-    const std::lock_guard lock(state().mutex);
-    return change(state().peers[connection]);
-  }
-
-  /// A retained reference to the last connection made.
-  static NSXPCConnection* retainLast() {
-    const std::lock_guard lock(state().mutex);
-    return [state().last retain];
-  }
-
-  static void add(NSXPCConnection* connection) {
-    const std::lock_guard lock(state().mutex);
-    state().peers[connection] = Peer();
-    state().last = connection;
-  }
-
-  static Peer remove(NSXPCConnection* connection) {
-    const std::lock_guard lock(state().mutex);
-    Peer peer = std::move(state().peers[connection]);
-    state().peers.erase(connection);
-    if (state().last == connection) state().last = nil;
-    return peer;
-  }
-
-  static void setProtocol(NSXPCInterface* interface, Protocol* protocol) {
-    const std::lock_guard lock(state().mutex);
-    state().protocols[interface] = protocol;
-  }
-  static void removeInterface(NSXPCInterface* interface) {
-    const std::lock_guard lock(state().mutex);
-    state().protocols.erase(interface);
-  }
-  static Protocol* protocolOf(NSXPCInterface* interface) {
-    const std::lock_guard lock(state().mutex);
-    return state().protocols[interface];
-  }
-
-  static int count() {
-    const std::lock_guard lock(state().mutex);
-    return static_cast<int>(state().peers.size());
-  }
-
- private:
-  struct State {
-    std::mutex mutex;
-    std::map<NSXPCConnection*, Peer> peers;
-    std::map<NSXPCInterface*, Protocol*> protocols;
-    NSXPCConnection* last = nil;
-  };
-
-  /// Never destroyed: the queue's threads use it while the process exits.
-  static State& state() {
-    static State& made = *std::make_unique<State>().release();
-    return made;
-  }
-};
-
 namespace {
-
-dispatch_queue_t queue() {
-  return dispatch_get_global_queue(QOS_CLASS_UTILITY, 0);
-}
 
 MessageArgument argumentOf(ArgumentKind kind, id argument) {
   if (kind == ArgumentKind::none) return NoArgument{};
@@ -144,7 +43,7 @@ void InProcessCalls::receive(SEL selector, id argument, BlindfoldReply reply) {
     answer = service.answer_;
   }
   answer(message, [kept](std::optional<Bytes> bytes) {
-    dispatch_async(queue(), ^{
+    dispatch_async(InProcessCalls::queue(), ^{
       @autoreleasepool {
         reinterpret_cast<BlindfoldReply>(kept.get())(bytes ? dataOf(*bytes) : nil);
       }
@@ -196,45 +95,54 @@ using blindfold::Peer;
 
 @end
 
+/// A proxy: it has the methods of its protocol only at run time.
+@interface InProcessProxy : NSObject {
+  NSXPCConnection* connection_;  // which outlives its proxies in use
+  BOOL conforms_;
+}
+- (id)initWithConnection:(NSXPCConnection*)connection conforming:(BOOL)conforms;
+- (NSXPCConnection*)connection;
+@end
+
 namespace {
 
-/// Calls the helper's method later, on another thread.
-void callHelper(SEL selector, id argument, BlindfoldReply reply) {
+/// Calls the helper's method later, on another thread: that of the object at the connection's other
+/// end, or of the in-process helper.
+void callHelper(NSXPCConnection* connection, SEL selector, id argument, BlindfoldReply answer) {
   InProcessCalls::mayRaise(sel_getName(selector));
   [argument retain];
-  dispatch_async(blindfold::queue(), ^{
+  [connection retain];
+  dispatch_async(InProcessCalls::queue(), ^{
     @autoreleasepool {
-      InProcessHelper* const helper = [[[InProcessHelper alloc] init] autorelease];
+      id helper = blindfold::exportedObjectFor(connection);
+      const auto reply = helper == nil
+                             ? blindfold::BlockReference<BlindfoldReply>::retaining(answer)
+                             : blindfold::replyThroughConnection(connection, answer);
+      if (helper == nil) helper = [[[InProcessHelper alloc] init] autorelease];
       const auto method = reinterpret_cast<void (*)()>([helper methodForSelector:selector]);
       const auto& row =
           blindfold::describe(*blindfold::helperMethodWithSelector(sel_getName(selector)));
       if (row.argument == blindfold::ArgumentKind::none) {
-        reinterpret_cast<void (*)(id, SEL, BlindfoldReply)>(method)(helper, selector, reply);
+        reinterpret_cast<void (*)(id, SEL, BlindfoldReply)>(method)(helper, selector, reply.get());
       } else {
         reinterpret_cast<void (*)(id, SEL, id, BlindfoldReply)>(method)(helper, selector, argument,
-                                                                        reply);
+                                                                        reply.get());
       }
       [argument release];
+      [connection release];
     }
   });
 }
 
-void passOn(id, SEL selector, BlindfoldReply reply) {
-  callHelper(selector, nil, reply);
+void passOn(InProcessProxy* proxy, SEL selector, BlindfoldReply reply) {
+  callHelper([proxy connection], selector, nil, reply);
 }
 
-void passOnArgument(id, SEL selector, id argument, BlindfoldReply reply) {
-  callHelper(selector, argument, reply);
+void passOnArgument(InProcessProxy* proxy, SEL selector, id argument, BlindfoldReply reply) {
+  callHelper([proxy connection], selector, argument, reply);
 }
 
 }  // namespace
-
-/// A proxy: it has the methods of its protocol only at run time.
-@interface InProcessProxy : NSObject {
-  BOOL conforms;
-}
-- (id)initConforming:(BOOL)yes;
-@end
 
 @implementation InProcessProxy
 
@@ -248,14 +156,19 @@ void passOnArgument(id, SEL selector, id argument, BlindfoldReply reply) {
   }
 }
 
-- (id)initConforming:(BOOL)yes {
+- (id)initWithConnection:(NSXPCConnection*)connection conforming:(BOOL)conforms {
   self = [super init];
-  conforms = yes;
+  connection_ = connection;
+  conforms_ = conforms;
   return self;
 }
 
+- (NSXPCConnection*)connection {
+  return connection_;
+}
+
 - (BOOL)conformsToProtocol:(Protocol*)protocol {
-  return conforms && protocol_isEqual(protocol, @protocol(BlindfoldXPCProtocol));
+  return conforms_ && protocol_isEqual(protocol, @protocol(BlindfoldXPCProtocol));
 }
 
 @end
@@ -287,6 +200,7 @@ void passOnArgument(id, SEL selector, id argument, BlindfoldReply reply) {
   blindfold::releaseIfAny(peer.invalidation);
   blindfold::releaseIfAny(peer.interruption);
   blindfold::releaseIfAny(peer.proxyError);
+  [peer.exportedObject release];
   [super dealloc];
 }
 
@@ -294,6 +208,16 @@ void passOnArgument(id, SEL selector, id argument, BlindfoldReply reply) {
   InProcessCalls::mayRaise(sel_getName(_cmd));
   const std::string protocol = protocol_getName([interface protocol]);
   InProcessCalls::with(self, [&](Peer& peer) { peer.connection.protocol = protocol; });
+}
+
+- (void)setExportedInterface:(NSXPCInterface*)interface {
+  [self setRemoteObjectInterface:interface];
+}
+
+- (void)setExportedObject:(id)object {
+  [object retain];
+  [InProcessCalls::with(
+      self, [&](Peer& peer) { return std::exchange(peer.exportedObject, object); }) release];
 }
 
 - (void)setInvalidationHandler:(ConnectionHandler)handler {
@@ -326,7 +250,9 @@ void passOnArgument(id, SEL selector, id argument, BlindfoldReply reply) {
       InProcessCalls::with(self, [&](Peer& peer) { return std::exchange(peer.proxyError, copy); }));
   const blindfold::ProxyKind kind = InProcessCalls::proxyKind();
   if (kind == blindfold::ProxyKind::none) return nil;
-  return [[[InProcessProxy alloc] initConforming:kind == blindfold::ProxyKind::usable] autorelease];
+  return [[[InProcessProxy alloc] initWithConnection:self
+                                          conforming:kind == blindfold::ProxyKind::usable]
+      autorelease];
 }
 
 - (void)invalidate {
@@ -340,9 +266,10 @@ void passOnArgument(id, SEL selector, id argument, BlindfoldReply reply) {
     }());
   });
   if (before.connection.invalidated) return;
+  blindfold::endOtherEnd(self);
   const bool keptItself = before.connection.resumed;
   [self retain];
-  dispatch_async(blindfold::queue(), ^{
+  dispatch_async(InProcessCalls::queue(), ^{
     if (before.invalidation != nullptr) before.invalidation();
     blindfold::releaseIfAny(before.proxyError);
     if (keptItself) [self release];
@@ -397,7 +324,7 @@ void fillPoolCache(int pools) {
 void laterWithLast(int times, std::function<void(NSXPCConnection*)> work) {
   for (int i = 0; i < times; ++i) {
     NSXPCConnection* const connection = InProcessCalls::retainLast();
-    dispatch_async(queue(), ^{
+    dispatch_async(InProcessCalls::queue(), ^{
       @autoreleasepool {
         if (connection != nil) work(connection);
         [connection release];
@@ -452,16 +379,20 @@ std::vector<HelperMessage> InProcessService::received() const {
 
 void InProcessService::failProxies(const std::string& description, int times) {
   laterWithLast(times, [description](NSXPCConnection* connection) {
-    const auto handler = InProcessCalls::with(connection, [](Peer& peer) -> ErrorHandler {
-      if (peer.proxyError == nullptr) return nullptr;
-      return Block_copy(peer.proxyError);
-    });
-    if (handler == nullptr) return;
-    NSDictionary* const information = [NSDictionary dictionaryWithObject:stringOf(description)
-                                                                  forKey:NSLocalizedDescriptionKey];
-    handler([NSError errorWithDomain:NSCocoaErrorDomain code:4097 userInfo:information]);
-    Block_release(handler);
+    InProcessCalls::failProxies(connection, description);
   });
+}
+
+void InProcessCalls::failProxies(NSXPCConnection* connection, const std::string& description) {
+  const auto handler = with(connection, [](Peer& peer) -> ErrorHandler {
+    if (peer.proxyError == nullptr) return nullptr;
+    return Block_copy(peer.proxyError);
+  });
+  if (handler == nullptr) return;
+  NSDictionary* const information = [NSDictionary dictionaryWithObject:stringOf(description)
+                                                                forKey:NSLocalizedDescriptionKey];
+  handler([NSError errorWithDomain:NSCocoaErrorDomain code:4097 userInfo:information]);
+  Block_release(handler);
 }
 
 void InProcessService::interrupt(int times) {
@@ -486,7 +417,7 @@ void InProcessService::useEveryThread() {
     fillPoolCache(poolsInUseAtMost);
     arrived->arrive_and_wait();
   };
-  for (int i = 0; i < globalQueueThreads; ++i) dispatch_async(queue(), work);
+  for (int i = 0; i < globalQueueThreads; ++i) dispatch_async(InProcessCalls::queue(), work);
   work();
 }
 

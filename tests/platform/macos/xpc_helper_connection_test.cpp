@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -296,6 +297,8 @@ INSTANTIATE_TEST_SUITE_P(
 struct SentMessage {
   const char* name;
   HelperMessage message;
+
+  friend void PrintTo(const SentMessage& sent, std::ostream* stream) { *stream << sent.name; }
 };
 
 /// Every method, with every kind of argument that it may have.

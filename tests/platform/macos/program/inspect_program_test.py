@@ -115,10 +115,8 @@ class InspectionTest(unittest.TestCase):
         code, signature = range(0, len(contents), 4099), range(len(contents) - 400, len(contents))
         for offset in [*code, *signature]:
             with self.subTest(offset=offset):
-                slice_ = inspect_program.macho.Slice(self.flipped(signed, offset).read_bytes())
-                with self.assertRaises((ValueError, KeyError)):
-                    if slice_.signature().identifier != "blindfoldctl":
-                        raise ValueError("another identifier")
+                with self.assertRaises((inspect_program.Failure, ValueError, KeyError)):
+                    inspect_program.require_signature(self.flipped(signed, offset))
 
     def flipped(self, program, offset):
         """A copy of a program with one byte changed."""

@@ -1,4 +1,4 @@
-#include "devhelper/linux/termination.h"
+#include "devhelper/termination.h"
 
 #include <unistd.h>
 
