@@ -17,6 +17,7 @@ foreach(architecture IN LISTS BLINDFOLD_MACOS_SLICES)
       "-DCMAKE_BUILD_TYPE=${CMAKE_BUILD_TYPE}"
       "-DBLINDFOLD_MACOS_ARCHITECTURE=${architecture}"
       -DBUILD_TESTING=OFF
+      "-DCMAKE_COMPILE_WARNING_AS_ERROR=${CMAKE_COMPILE_WARNING_AS_ERROR}"
     BUILD_COMMAND "${CMAKE_COMMAND}" --build "${directory}" --target blindfoldctl
     BUILD_ALWAYS TRUE
     BUILD_BYPRODUCTS "${directory}/blindfoldctl"

@@ -1,4 +1,18 @@
-# How everything here is compiled and linked.
+# How everything here is compiled and linked. A warning ends the build of whoever sets
+# CMAKE_COMPILE_WARNING_AS_ERROR, as the presets do.
+include(CheckCXXCompilerFlag)
+include(CheckCXXSourceCompiles)
+
+get_property(BLINDFOLD_MULTI_CONFIG GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+if(PROJECT_IS_TOP_LEVEL AND NOT BLINDFOLD_MULTI_CONFIG AND NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "The build type" FORCE)
+endif()
+
+# Where the programs are built: a directory for each configuration of a generator that has several.
+set(BLINDFOLD_PROGRAM_DIRECTORY "${PROJECT_BINARY_DIR}")
+if(BLINDFOLD_MULTI_CONFIG)
+  string(APPEND BLINDFOLD_PROGRAM_DIRECTORY "/$<CONFIG>")
+endif()
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -23,13 +37,31 @@ set(BLINDFOLD_SYSTEM_DOMAIN_DIRECTORY "/run/blindfold" CACHE STRING
 set(BLINDFOLD_DEVELOPMENT_SERVICE "app.blindfold.helper.dev" CACHE STRING
     "The service name of the development deployment")
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  # g++ 12 sees an overlap in every "text" + string: its bug 105651.
-  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+if(PROJECT_IS_TOP_LEVEL)
+  add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # g++ 12 sees an overlap in every "text" + string: its bug 105651.
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+  endif()
 endif()
-if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
-  add_compile_options(-ffunction-sections -fdata-sections)
+add_compile_options($<$<NOT:$<CONFIG:Debug>>:-ffunction-sections>
+                    $<$<NOT:$<CONFIG:Debug>>:-fdata-sections>)
+
+# On Linux; Apple's compilers do the like by themselves.
+option(BLINDFOLD_HARDENING "Position-independent programs, protected stacks, checked copies, \
+relocated data read-only" ON)
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  # The library, which may become part of another program's shared library.
+  set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+endif()
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND BLINDFOLD_HARDENING AND NOT BLINDFOLD_SANITIZERS)
+  check_cxx_compiler_flag(-fcf-protection BLINDFOLD_HAS_CONTROL_FLOW_PROTECTION)
+  add_compile_options(
+    -fstack-protector-strong
+    $<$<BOOL:${BLINDFOLD_HAS_CONTROL_FLOW_PROTECTION}>:-fcf-protection>
+    # Checked copies need the optimiser.
+    "$<$<NOT:$<CONFIG:Debug>>:SHELL:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3>")
+  add_link_options(LINKER:-z,relro LINKER:-z,now)
 endif()
 
 if(BLINDFOLD_SANITIZERS)
@@ -38,13 +70,34 @@ if(BLINDFOLD_SANITIZERS)
   add_link_options(-fsanitize=${BLINDFOLD_SANITIZERS})
 endif()
 
-# Links a program the way it ships: small and without debugging symbols on macOS; alone, small and without symbols on Linux.
+# Without the dynamic linker a program starts in half the time.
+set(staticByDefault OFF)
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT BLINDFOLD_SANITIZERS)
+  set(CMAKE_REQUIRED_FLAGS -fPIE)
+  set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
+  check_cxx_source_compiles("#include <string>\nint main() { return std::stoi(\"0\"); }"
+                            BLINDFOLD_LINKS_STATIC_PROGRAMS)
+  unset(CMAKE_REQUIRED_FLAGS)
+  unset(CMAKE_REQUIRED_LINK_OPTIONS)
+  set(staticByDefault ${BLINDFOLD_LINKS_STATIC_PROGRAMS})
+endif()
+option(BLINDFOLD_STATIC_PROGRAMS "Link the programs of a release statically (Linux)"
+       ${staticByDefault})
+
+# Links a program the way it ships: without the sections and symbols that nobody uses, and, on Linux,
+# without libraries where BLINDFOLD_STATIC_PROGRAMS says so.
 function(blindfold_link_for_shipping target)
   if(APPLE)
     target_link_options(${target} PRIVATE -Wl,-dead_strip -Wl,-S)
   endif()
-  if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND CMAKE_BUILD_TYPE STREQUAL "Release"
-     AND NOT BLINDFOLD_SANITIZERS)
-    target_link_options(${target} PRIVATE -static -s -Wl,--gc-sections)
+  if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux" OR BLINDFOLD_SANITIZERS)
+    return()
   endif()
+  set(static $<AND:$<CONFIG:Release>,$<BOOL:${BLINDFOLD_STATIC_PROGRAMS}>>)
+  if(BLINDFOLD_HARDENING)
+    target_link_options(${target} PRIVATE $<IF:${static},-static-pie,-pie>)
+  else()
+    target_link_options(${target} PRIVATE $<${static}:-static>)
+  endif()
+  target_link_options(${target} PRIVATE "$<$<CONFIG:Release>:-s;-Wl,--gc-sections>")
 endfunction()

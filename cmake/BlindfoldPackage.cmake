@@ -1,7 +1,14 @@
-# What other programs build against: one static library of all rooms that the helper's client is
-# made of, the headers that its interface needs, and the package that find_package(Blindfold) finds.
+# The library for other programs: one archive of all rooms that the helper's client is made of, the
+# headers that its interface needs, and the package that find_package(Blindfold) finds. A project
+# that adds this one by add_subdirectory links the same target.
 
-set(clientRooms text model platform config authorization helperclient)
+if(APPLE)
+  set(system macos)
+else()
+  set(system linux)
+endif()
+set(clientRooms
+  text model platform platform_posix platform_${system} config authorization helperclient)
 
 set(clientHeaders
   authorization/client_authorization.h
@@ -29,16 +36,16 @@ set(clientHeaders
   text/enumeration_table.h)
 list(TRANSFORM clientHeaders PREPEND "${PROJECT_SOURCE_DIR}/blindfold/")
 
-add_library(blindfold_client STATIC)
+add_library(blindfold STATIC)
+add_library(Blindfold::helperclient ALIAS blindfold)
 foreach(room IN LISTS clientRooms)
-  target_sources(blindfold_client PRIVATE $<TARGET_OBJECTS:blindfold_${room}>)
+  target_sources(blindfold PRIVATE $<TARGET_OBJECTS:blindfold_${room}>)
 endforeach()
-target_compile_features(blindfold_client PUBLIC cxx_std_20)
-target_sources(blindfold_client PUBLIC
+target_compile_features(blindfold PUBLIC cxx_std_20)
+target_sources(blindfold PUBLIC
   FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${clientHeaders})
-set_target_properties(blindfold_client PROPERTIES
-  OUTPUT_NAME blindfold EXPORT_NAME helperclient LINKER_LANGUAGE CXX
-  VERIFY_INTERFACE_HEADER_SETS ON)
+set_target_properties(blindfold PROPERTIES
+  EXPORT_NAME helperclient LINKER_LANGUAGE CXX VERIFY_INTERFACE_HEADER_SETS ON)
 
 # On a Mac the prefix of a plain install is the product's bundle, which takes the tool alone.
 if(APPLE)
@@ -49,11 +56,18 @@ include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 set(packageDirectory "${CMAKE_INSTALL_LIBDIR}/cmake/Blindfold")
 write_basic_package_version_file(BlindfoldConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(TARGETS blindfold_client EXPORT Blindfold
+configure_package_config_file(cmake/BlindfoldConfig.cmake.in BlindfoldConfig.cmake
+  INSTALL_DESTINATION "${packageDirectory}" NO_SET_AND_CHECK_MACRO)
+install(TARGETS blindfold EXPORT Blindfold
   ARCHIVE COMPONENT development ${unlessAskedFor}
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
     COMPONENT development ${unlessAskedFor})
-install(EXPORT Blindfold NAMESPACE Blindfold:: FILE BlindfoldConfig.cmake
+install(EXPORT Blindfold NAMESPACE Blindfold:: FILE BlindfoldTargets.cmake
   DESTINATION "${packageDirectory}" COMPONENT development ${unlessAskedFor})
-install(FILES "${CMAKE_CURRENT_BINARY_DIR}/BlindfoldConfigVersion.cmake"
+install(
+  FILES
+    "${CMAKE_CURRENT_BINARY_DIR}/BlindfoldConfig.cmake"
+    "${CMAKE_CURRENT_BINARY_DIR}/BlindfoldConfigVersion.cmake"
+    cmake/BlindfoldDeployment.cmake
+    cmake/information_property_list.cpp.in
   DESTINATION "${packageDirectory}" COMPONENT development ${unlessAskedFor})

@@ -15,11 +15,9 @@ set(zig "${repository}/build/zig/zig")
 if(NOT EXISTS "${zig}")
   message(FATAL_ERROR "The cross-compiler is not installed. Run scripts/install-zig.")
 endif()
-foreach(language IN ITEMS CXX OBJCXX ASM)
+foreach(language IN ITEMS CXX OBJCXX)
   set(CMAKE_${language}_COMPILER "${zig}" c++ -target ${target_${BLINDFOLD_MACOS_ARCHITECTURE}})
 endforeach()
-# CMake cannot tell by itself who assembles.
-set(CMAKE_ASM_COMPILER_ID Clang)
 
 find_program(CMAKE_AR NAMES llvm-ar-19 llvm-ar REQUIRED)
 find_program(CMAKE_RANLIB NAMES llvm-ranlib-19 llvm-ranlib REQUIRED)

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "blindfold/platform/helper_connection.h"
-#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 
 namespace blindfold {
 

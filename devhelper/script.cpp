@@ -10,8 +10,8 @@
 #include <system_error>
 #include <utility>
 
-#include "blindfold/platform/linux/file_descriptor.h"
 #include "blindfold/platform/platform_error.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "blindfold/text/ascii.h"
 #include "blindfold/text/one_line.h"
 #include "devhelper/messages.h"

@@ -7,8 +7,8 @@
 
 #include "blindfold/platform/helper_connection.h"
 #include "blindfold/platform/linux/event_loop.h"
-#include "blindfold/platform/linux/file_descriptor.h"
 #include "blindfold/platform/linux/frame.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "devhelper/script.h"
 
 namespace blindfold {

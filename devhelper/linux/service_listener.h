@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "devhelper/termination.h"
 
 namespace blindfold {

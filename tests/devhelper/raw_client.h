@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "blindfold/platform/linux/file_descriptor.h"
 #include "blindfold/platform/linux/frame.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 
 namespace blindfold {
 

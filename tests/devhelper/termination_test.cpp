@@ -14,8 +14,8 @@
 #include <string>
 #include <thread>
 
-#include "blindfold/platform/linux/file_descriptor.h"
 #include "blindfold/platform/linux/service_socket.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "tests/devhelper/raw_client.h"
 #include "tests/devhelper/running_helper.h"
 #include "tests/support/program.h"

@@ -20,7 +20,7 @@
 #include <system_error>
 #include <utility>
 
-#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 
 namespace blindfold {
 

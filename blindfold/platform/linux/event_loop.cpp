@@ -21,7 +21,7 @@
 #include <utility>
 #include <vector>
 
-#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 
 namespace blindfold {
 namespace {

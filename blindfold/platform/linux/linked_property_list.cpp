@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-// The symbols of cmake/information_property_list.S.in. Without it they are null.
+// The symbols of cmake/information_property_list.cpp.in. Without it they are null.
 extern "C" {
 [[gnu::weak]] extern const char blindfoldInformationPropertyList[];
 [[gnu::weak]] extern const char blindfoldInformationPropertyListEnd[];

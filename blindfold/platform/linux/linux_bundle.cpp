@@ -13,9 +13,9 @@
 #include <utility>
 #include <variant>
 
-#include "blindfold/platform/linux/file_descriptor.h"
 #include "blindfold/platform/linux/linked_property_list.h"
 #include "blindfold/platform/linux/property_list.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 
 namespace blindfold {
 namespace {

@@ -15,10 +15,10 @@
 #include <utility>
 #include <variant>
 
-#include "blindfold/platform/linux/file_descriptor.h"
 #include "blindfold/platform/linux/frame.h"
 #include "blindfold/platform/linux/frame_fault.h"
 #include "blindfold/platform/linux/service_socket.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "blindfold/text/utf8.h"
 
 namespace blindfold {

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "tests/platform/linux/signal_storm.h"
 
 namespace blindfold {

@@ -14,7 +14,7 @@
 #include <optional>
 #include <string>
 
-#include "blindfold/platform/linux/file_descriptor.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "tests/support/program.h"
 
 namespace blindfold {
