@@ -17,6 +17,10 @@ class SystemCallTest : public EndToEndTest {
  protected:
   SystemCallTest() : EndToEndTest({BLINDFOLD_LINKED_TOOL, BLINDFOLD_LINKED_SERVICE}) {}
 
+  void SetUp() override {
+    if (!SHIPPED_BUILD) GTEST_SKIP() << "The tool is not built as it ships.";
+  }
+
   /// The system calls of one run, each as strace writes it.
   std::vector<std::string> systemCalls(const std::vector<std::string>& words) {
     std::vector<std::string> arguments{BLINDFOLD_STRACE, "-f", "-o", path("trace"),
