@@ -151,16 +151,19 @@ class FakeHelperConnectionProvider final : public HelperConnectionProvider {
     if (refusal) throw PlatformError(*refusal);
     auto connection = std::make_shared<FakeHelperConnection>(log_);
     if (prepare) prepare(*connection);
+    const std::lock_guard guard(lock_);
     connections_.push_back(connection);
     return connection;
   }
 
-  const std::vector<std::shared_ptr<FakeHelperConnection>>& connections() const {
+  std::vector<std::shared_ptr<FakeHelperConnection>> connections() const {
+    const std::lock_guard guard(lock_);
     return connections_;
   }
 
   /// Lets go of the connections made so far.
   std::vector<std::shared_ptr<FakeHelperConnection>> takeConnections() {
+    const std::lock_guard guard(lock_);
     return std::exchange(connections_, {});
   }
 
@@ -171,6 +174,7 @@ class FakeHelperConnectionProvider final : public HelperConnectionProvider {
 
  private:
   CallLog& log_;
+  mutable std::mutex lock_;
   std::vector<std::shared_ptr<FakeHelperConnection>> connections_;
 };
 

@@ -25,6 +25,7 @@ STANDARD_HEADERS = frozenset("""
     semaphore set shared_mutex source_location span sstream stack stdexcept stop_token streambuf
     string string_view strstream syncstream system_error thread tuple type_traits typeindex typeinfo
     unordered_map unordered_set utility valarray variant vector version
+    stdbool.h stddef.h
 """.split())
 
 TOP_FOLDERS = ("blindfold", "devhelper")
