@@ -3,7 +3,6 @@
 import plistlib
 import re
 import subprocess
-import unittest
 
 import documents
 from documents import Deployment, SessionTest, arguments
