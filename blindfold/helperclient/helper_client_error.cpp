@@ -1,42 +1,33 @@
 #include "blindfold/helperclient/helper_client_error.h"
 
-#include <algorithm>
-#include <array>
 #include <cassert>
-#include <string_view>
+#include <new>
 #include <utility>
+
+#include "blindfold/text/enumeration_table.h"
 
 namespace blindfold {
 namespace {
-
-struct PlainCase {
-  HelperClientError::Case errorCase;
-  std::string_view description;
-};
-
 using Case = HelperClientError::Case;
 
-constexpr std::array plainCases{
-    PlainCase{Case::helperNotInstalled, "Protection service is not set up."},
-    PlainCase{Case::helperUnreachable, "Protection service is unavailable."},
-    PlainCase{Case::unauthorizedClient,
-              "This app copy is not authorized to control the installed protection service."},
-    PlainCase{Case::timeout, "Protection service took too long to respond."},
-    PlainCase{Case::invalidResponse, "Protection service returned an invalid response."},
-};
-
-std::string describePlainCase(Case errorCase) {
-  const auto* row = std::find_if(plainCases.begin(), plainCases.end(),
-                                 [&](const auto& each) { return each.errorCase == errorCase; });
-  assert(row != plainCases.end());
-  return std::string(row->description);
-}
-
+/// The description of each case; that of `transport` is the underlying error's.
+constexpr EnumerationTable descriptions(
+    &EnumerationText<Case>::value,
+    {{Case::transport, ""},
+     {Case::helperNotInstalled, "Protection service is not set up."},
+     {Case::helperUnreachable, "Protection service is unavailable."},
+     {Case::unauthorizedClient,
+      "This app copy is not authorized to control the installed protection service."},
+     {Case::timeout, "Protection service took too long to respond."},
+     {Case::invalidResponse, "Protection service returned an invalid response."}});
 }  // namespace
 
 std::string errorDescription(const std::exception_ptr& error) {
+  assert(error != nullptr);
   try {
     std::rethrow_exception(error);
+  } catch (const std::bad_alloc&) {
+    return "Out of memory.";
   } catch (const std::exception& failure) {
     return failure.what();
   } catch (...) {
@@ -49,9 +40,12 @@ HelperClientError::HelperClientError(Case errorCase, std::string description,
     : case_(errorCase), description_(std::move(description)), underlying_(std::move(underlying)) {}
 
 HelperClientError::HelperClientError(Case plainCase)
-    : HelperClientError(plainCase, describePlainCase(plainCase), nullptr) {}
+    : HelperClientError(plainCase, std::string(descriptions[plainCase].text), nullptr) {
+  assert(plainCase != Case::transport);
+}
 
 HelperClientError HelperClientError::transport(std::exception_ptr underlying) {
+  assert(underlying != nullptr);
   std::string description = blindfold::errorDescription(underlying);
   return {Case::transport, std::move(description), std::move(underlying)};
 }

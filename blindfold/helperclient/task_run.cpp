@@ -18,6 +18,15 @@ namespace {
   std::abort();
 }
 
+/// Runs `work`; an exception that leaves it ends the program, for it has nobody to go to.
+void runOrEndProgram(const char* source, const std::function<void()>& work) noexcept {
+  try {
+    work();
+  } catch (...) {
+    endProgram(source, std::current_exception());
+  }
+}
+
 /// The executor of the platform's own threads.
 Executor platformExecutor() {
   return [](std::function<void()> work) {
@@ -100,11 +109,7 @@ bool StartedTask::Run::endPiece() {
 }
 
 void StartedTask::Run::runFinish() noexcept {
-  try {
-    finish_();
-  } catch (...) {
-    endProgram("A callback", std::current_exception());
-  }
+  runOrEndProgram("A callback", finish_);
   const std::lock_guard guard(lock_);
   isOver_ = true;
 }
@@ -137,7 +142,10 @@ void StartedTask::giveUp() noexcept {
 }
 
 Executor mainLoopExecutor() {
-  return [](std::function<void()> work) { currentPlatform().mainLoop.post(std::move(work)); };
+  return [](std::function<void()> work) {
+    currentPlatform().mainLoop.post(
+        [work = std::move(work)] { runOrEndProgram("Work on the main loop", work); });
+  };
 }
 
 void runMainLoop() {

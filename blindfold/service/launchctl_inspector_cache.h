@@ -9,16 +9,16 @@
 #include <vector>
 
 #include "blindfold/model/record.h"
-#include "blindfold/service/dispatch_queue.h"
+#include "blindfold/service/capabilities.h"
 
 namespace blindfold {
 
-/// What the helper remembers of its launchctl look-ups, each for a while. It only holds: the helper
-/// fills it, reads it and decides what has expired, all of it on `queue`.
+/// The helper's launchctl look-ups, each kept for a time to live. Storage only: the helper fills
+/// it, reads it and decides what has expired, all of it on `queue`.
 class LaunchctlInspectorCache {
  public:
   /// A value and the instant up to which it counts.
-  template <typename Value>
+  template <class Value>
   struct TimedEntry {
     Value value;
     Instant expiresAt;

@@ -7,7 +7,7 @@
 
 namespace blindfold {
 
-/// Why the helper could not signal a launchd service's process.
+/// The reason why the helper could not signal a launchd service's process.
 class SignalControllerError : public std::exception {
  public:
   enum class Case { noPID, signalFailed };
@@ -28,7 +28,7 @@ class SignalControllerError : public std::exception {
   /// Present in `signalFailed` only.
   std::optional<std::int32_t> errorNumber() const { return errorNumber_; }
 
-  /// The text for the user.
+  /// The text for people.
   const std::string& errorDescription() const { return description_; }
   /// The same text; see `errorDescription`.
   const char* what() const noexcept override { return description_.c_str(); }

@@ -252,5 +252,28 @@ TEST_F(RunTaskDeathTest, AnExceptionThatLeavesACallbackEndsTheProgramWithAMessag
       "A callback threw an exception: no handler");
 }
 
+TEST_F(RunTaskDeathTest, AnExceptionThatLeavesWorkOnTheMainLoopEndsTheProgramWithAMessage) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        mainLoopExecutor()([] { throw std::runtime_error("no handler"); });
+        runMainLoop();
+      },
+      "Work on the main loop threw an exception: no handler");
+}
+
+TEST_F(RunTaskDeathTest, AnExceptionThatLeavesASpawnedTaskEndsTheProgramWithAMessage) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        spawn([]() -> Task<void> {
+          throw std::runtime_error("no handler");
+          co_return;
+        }());
+        runMainLoop();
+      },
+      "A task that nobody awaits threw an exception: no handler");
+}
+
 }  // namespace
 }  // namespace blindfold

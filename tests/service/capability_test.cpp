@@ -3,14 +3,12 @@
 #include <memory>
 #include <type_traits>
 
-#include "blindfold/service/dispatch_queue.h"
-#include "blindfold/service/helper_controlling.h"
-#include "blindfold/service/microphone_controlling.h"
+#include "blindfold/service/capabilities.h"
 
 namespace blindfold {
 namespace {
 
-template <typename Interface>
+template <class Interface>
 class CapabilityTest : public testing::Test {};
 
 using Interfaces = testing::Types<HelperControlling, MicrophoneControlling, DispatchQueue>;

@@ -1,4 +1,4 @@
-#include "blindfold/service/microphone_control_error.h"
+#include "blindfold/service/microphone_control.h"
 
 #include <gtest/gtest.h>
 
@@ -48,6 +48,21 @@ TEST(MicrophoneControlErrorTest, ItIsCaughtAsAnyExceptionWithTheSameText) {
   } catch (const std::exception& error) {
     EXPECT_STREQ(error.what(), "No input microphones detected.");
   }
+}
+
+TEST(MicrophoneMuteOutcomeTest, ItsFieldsStandInTheirOrder) {
+  const MicrophoneMuteOutcome outcome{3, 2, 1};
+  EXPECT_EQ(outcome.totalInputDevices, 3);
+  EXPECT_EQ(outcome.updatedDevices, 2);
+  EXPECT_EQ(outcome.failedDevices, 1);
+}
+
+TEST(MicrophoneMuteOutcomeTest, ItIsEqualWhenEveryFieldIs) {
+  const MicrophoneMuteOutcome outcome{3, 2, 1};
+  EXPECT_EQ(outcome, (MicrophoneMuteOutcome{3, 2, 1}));
+  EXPECT_NE(outcome, (MicrophoneMuteOutcome{4, 2, 1}));
+  EXPECT_NE(outcome, (MicrophoneMuteOutcome{3, 4, 1}));
+  EXPECT_NE(outcome, (MicrophoneMuteOutcome{3, 2, 4}));
 }
 
 }  // namespace

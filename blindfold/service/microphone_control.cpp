@@ -1,4 +1,4 @@
-#include "blindfold/service/microphone_control_error.h"
+#include "blindfold/service/microphone_control.h"
 
 #include <utility>
 
@@ -9,7 +9,7 @@ namespace {
 
 using Case = MicrophoneControlError::Case;
 
-/// The text of each case, which its detail follows.
+/// The text of each case, before its detail.
 constexpr EnumerationTable texts(
     &EnumerationText<Case>::value,
     {{Case::hardwareQueryFailed, "Microphone setup failed: "},
