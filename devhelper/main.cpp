@@ -32,10 +32,11 @@ int report(const std::exception& error, int status) {
   return status;
 }
 
-int run(const std::vector<std::string>& arguments) {
+int run(int argumentCount, char** arguments) {
   try {
     reserveStandardStreams();
-    const auto options = parseOptions(arguments);
+    const auto options =
+        parseOptions({arguments + std::min(argumentCount, 1), arguments + argumentCount});
     if (!options.help) serve(options);
     print(helpText());
     return EXIT_SUCCESS;
@@ -53,6 +54,6 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 }  // namespace blindfold
 
-int main(int argc, char** argv) {
-  return blindfold::run({argv + std::min(argc, 1), argv + argc});
+int main(int argumentCount, char* arguments[]) {
+  return blindfold::run(argumentCount, arguments);
 }
