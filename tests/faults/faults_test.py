@@ -48,7 +48,7 @@ ERRORS = {
     "flock": "EINTR ENOLCK EWOULDBLOCK",
     "fstat": "EBADF EIO ENOMEM EOVERFLOW",
     "newfstatat": "EACCES EIO ELOOP ENOENT ENOMEM ENOTDIR EOVERFLOW",
-    "futex": "EAGAIN EINTR",
+    "futex": "",
     "getcwd": "EACCES ENOENT ENOMEM ERANGE",
     "getrandom": "EAGAIN EINTR ENOSYS",
     "getsockopt": "EBADF ENOBUFS ENOMEM ENOPROTOOPT",
