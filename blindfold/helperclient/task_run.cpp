@@ -193,7 +193,7 @@ class WorkQueue {
 }  // namespace
 
 void runHere(Task<void> task) {
-  currentPlatform().mainLoop.serveElsewhere();
+  currentPlatform().mainLoop.serveElsewhere(/*callerBlocks=*/true);
   const auto queue = std::make_shared<WorkQueue>();
   const auto executor = std::make_shared<const Executor>(
       [queue](std::function<void()> work) { queue->add(std::move(work)); });
@@ -203,7 +203,7 @@ void runHere(Task<void> task) {
 }
 
 StartedTask start(Task<void> task, std::function<void()> finish, Executor executor) {
-  currentPlatform().mainLoop.serveElsewhere();
+  currentPlatform().mainLoop.serveElsewhere(/*callerBlocks=*/false);
   return StartedTask(StartedTask::Run::start(std::move(task), platformExecutor(), std::move(finish),
                                              std::move(executor)));
 }

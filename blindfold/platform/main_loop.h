@@ -17,9 +17,9 @@ class MainLoop {
   /// thread, one that may have a stack of 512 KiB. Any thread may call.
   virtual void post(std::function<void()> work) = 0;
 
-  /// Sees to it that connections and timed work are served by a thread that is neither the calling
-  /// one nor the one that serves this loop, so that both may block. Any thread may call.
-  virtual void serveElsewhere() = 0;
+  /// Sees to it that connections and timed work are served by a thread that is not the one that
+  /// serves this loop nor, when `callerBlocks`, the calling one. Any thread may call.
+  virtual void serveElsewhere(bool callerBlocks) = 0;
 
   /// Gives the calling thread to the loop for good; the process ends by `exit` from some work. On
   /// macOS it is the main thread, which ends with this call (dispatch_main(3)), so that no local of

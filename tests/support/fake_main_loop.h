@@ -23,7 +23,7 @@ class FakeMainLoop final : public MainLoop {
     while (auto work = takeFirst()) work();
   }
 
-  void serveElsewhere() override {}
+  void serveElsewhere(bool /*callerBlocks*/) override {}
 
   [[noreturn]] void run() override {
     runUntilIdle();

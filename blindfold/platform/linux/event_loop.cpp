@@ -82,7 +82,7 @@ class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
   void post(Work work);
   void enterMainThread();
   void runMainRound();
-  void serveElsewhere();
+  void serveElsewhere(bool callerBlocks);
   std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay, Work work);
   void perform(Work work);
   void watch(int descriptor, short events, Handler handler);
@@ -122,9 +122,10 @@ class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
   std::thread::id mainThread_;  // the one that runs posted work; none until there is one
   bool isWaiting_ = false;      // the server is in poll
   bool isEnding_ = false;
-  std::vector<std::thread> threads_;  // the loop's own, those that have ended included
-  FileDescriptor wakeDescriptor_;     // an eventfd, from when there is more than one thread
-  std::condition_variable posting_;   // for a main thread that does not serve
+  int ownThreads_ = 0;               // that have not ended
+  std::condition_variable ending_;   // of own threads
+  FileDescriptor wakeDescriptor_;    // an eventfd, from when there is more than one thread
+  std::condition_variable posting_;  // for a main thread that does not serve
 
   std::deque<Work> posted_;
   std::deque<Work> performed_;
@@ -171,14 +172,12 @@ class EventLoop::State::TimedItem final : public WorkItem {
 };
 
 void EventLoop::State::end() {
-  std::vector<std::thread> threads;
   {
-    const Lock guard(lock_);
+    Lock guard(lock_);
     isEnding_ = true;
     wakeServer();
-    std::swap(threads, threads_);
+    ending_.wait(guard, [&] { return ownThreads_ == 0; });
   }
-  for (std::thread& thread : threads) thread.join();
   // Work that is dropped may call the loop once more as it is destroyed.
   for (;;) {
     std::deque<Work> posted;
@@ -246,9 +245,10 @@ void EventLoop::State::unwatch(int descriptor) {
   dropped = watches_.extract(descriptor);
 }
 
-void EventLoop::State::serveElsewhere() {
+void EventLoop::State::serveElsewhere(bool callerBlocks) {
   const Lock guard(lock_);
-  if (server_ == std::thread::id() || isServer() || server_ == mainThread_) startThread();
+  const bool isServed = server_ != std::thread::id() && server_ != mainThread_;
+  if (!isServed || (callerBlocks && isServer())) startThread();
 }
 
 /// Makes a new thread of the loop's own the server. The former server, if there is one, finishes
@@ -256,14 +256,18 @@ void EventLoop::State::serveElsewhere() {
 void EventLoop::State::startThread() {
   assert(startsThread_);
   const AllSignalsBlocked signalsAreForThePrograms;
-  threads_.emplace_back([state = shared_from_this()] { state->serveThread(); });
-  server_ = threads_.back().get_id();
+  std::thread thread([state = shared_from_this()] { state->serveThread(); });
+  server_ = thread.get_id();
+  ++ownThreads_;
+  thread.detach();
   wakeServer();
 }
 
 void EventLoop::State::serveThread() {
   Lock lock(lock_);
   while (!isEnding_ && isServer()) serveRound(lock);
+  --ownThreads_;
+  ending_.notify_all();
 }
 
 /// Makes the calling thread the one that runs posted work, and the server if there is none.
@@ -287,9 +291,10 @@ void EventLoop::State::runMainRound() {
   }
 }
 
+/// Ends early when the work leaves the service to another thread.
 void EventLoop::State::serveRound(Lock& lock) {
   waitForDescriptors(lock);
-  while (!performed_.empty()) runUnlocked(lock, takeFirst(performed_));
+  while (isServer() && !performed_.empty()) runUnlocked(lock, takeFirst(performed_));
   runDueWork(lock);
 }
 
@@ -332,7 +337,7 @@ void EventLoop::State::waitForDescriptors(Lock& lock) {
       std::uint64_t wakes = 0;
       (void)!read(wakeDescriptor_.get(), &wakes, sizeof wakes);
     }
-    for (std::size_t i = 0; i < watched; ++i) {
+    for (std::size_t i = 0; i < watched && isServer(); ++i) {
       if (polled.descriptors[i].revents != 0) {
         callHandler(lock, polled.descriptors[i], polled.serials[i]);
       }
@@ -361,7 +366,7 @@ void EventLoop::State::callHandler(Lock& lock, const pollfd& ready, std::uint64_
 
 void EventLoop::State::runDueWork(Lock& lock) {
   const auto now = Clock::now();
-  while (!timetable_.empty() && timetable_.begin()->first <= now) {
+  while (isServer() && !timetable_.empty() && timetable_.begin()->first <= now) {
     auto item = std::move(timetable_.begin()->second);
     timetable_.erase(timetable_.begin());
     Work work = item->leave();
@@ -392,8 +397,8 @@ void EventLoop::runRound() {
   state_->runMainRound();
 }
 
-void EventLoop::serveElsewhere() {
-  state_->serveElsewhere();
+void EventLoop::serveElsewhere(bool callerBlocks) {
+  state_->serveElsewhere(callerBlocks);
 }
 
 std::shared_ptr<WorkItem> EventLoop::schedule(std::chrono::nanoseconds delay,

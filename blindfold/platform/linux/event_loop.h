@@ -30,7 +30,8 @@ class EventLoop final : public MainLoop, public TimedWorkQueue {
 
   explicit EventLoop(Server server = Server::maker);
 
-  /// Ends and joins the loop's own threads, and drops all work and handlers without calling them.
+  /// Waits for the end of the loop's own threads, then drops all work and handlers without calling
+  /// them.
   ~EventLoop() override;
 
   /// Work that is posted by posted work runs in the next round, which does not wait.
@@ -39,7 +40,7 @@ class EventLoop final : public MainLoop, public TimedWorkQueue {
   /// Runs posted work on the calling thread, which also becomes the server if there is none.
   [[noreturn]] void run() override;
 
-  void serveElsewhere() override;
+  void serveElsewhere(bool callerBlocks) override;
 
   /// One round of the server: waits until there is something to do, calls the handlers of the
   /// descriptors that are ready, runs the timed work that is due, then the posted work. In this

@@ -49,7 +49,7 @@ class DispatchMainLoop final : public MainLoop {
  public:
   void post(std::function<void()> work) override;
   /// Does nothing: dispatch serves connections and timed work on threads of its own.
-  void serveElsewhere() override {}
+  void serveElsewhere(bool /*callerBlocks*/) override {}
   [[noreturn]] void run() override;
 };
 

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <future>
 #include <memory>
@@ -31,6 +32,16 @@ std::thread later(std::function<void()> act) {
     std::this_thread::sleep_for(untilAsleep);
     act();
   });
+}
+
+/// The number of this process's threads.
+int threadCount() {
+  int count = 0;
+  for ([[maybe_unused]] const auto& thread :
+       std::filesystem::directory_iterator("/proc/self/task")) {
+    ++count;
+  }
+  return count;
 }
 
 bool isReady(const std::future<void>& future) {
@@ -139,7 +150,7 @@ TEST(EventLoopThreadsTest, TheThreadThatRunsTheLoopServesIt) {
 TEST(EventLoopThreadsTest, AMainThreadThatBlocksLeavesTheServiceToAnother) {
   const ServedLoop loop;
   EXPECT_TRUE(loop.run([&] {
-    loop->serveElsewhere();
+    loop->serveElsewhere(/*callerBlocks=*/true);
     std::promise<void> performed;
     loop->perform([&] { performed.set_value(); });
     EXPECT_TRUE(isReady(performed.get_future()));
@@ -153,12 +164,42 @@ TEST(EventLoopThreadsTest, AServerThatBlocksLeavesTheServiceToAnother) {
   std::promise<void> inner;
   std::promise<void> outer;
   loop.perform([&] {
-    loop.serveElsewhere();
+    loop.serveElsewhere(/*callerBlocks=*/true);
     loop.perform([&] { inner.set_value(); });
     EXPECT_TRUE(isReady(inner.get_future()));
     outer.set_value();
   });
   EXPECT_TRUE(isReady(outer.get_future()));
+}
+
+TEST(EventLoopThreadsTest, AServerThatDoesNotBlockKeepsTheService) {
+  EventLoop loop(EventLoop::Server::firstToServe);
+  std::promise<bool> isStillServer;
+  loop.perform([&] {
+    loop.serveElsewhere(/*callerBlocks=*/false);
+    bool performedAtOnce = false;
+    loop.perform([&] { performedAtOnce = true; });
+    isStillServer.set_value(performedAtOnce);
+  });
+  EXPECT_TRUE(isStillServer.get_future().get());
+}
+
+TEST(EventLoopThreadsTest, AThreadThatLeftTheServiceEnds) {
+  const int threadsBefore = threadCount();
+  EventLoop loop(EventLoop::Server::firstToServe);
+  for (int count = 0; count < 20; ++count) {
+    std::promise<void> inner;
+    loop.perform([&] {
+      loop.serveElsewhere(/*callerBlocks=*/true);
+      loop.perform([&] { inner.set_value(); });
+    });
+    ASSERT_TRUE(isReady(inner.get_future()));
+  }
+  const auto end = std::chrono::steady_clock::now() + deadline;
+  while (threadCount() > threadsBefore + 1 && std::chrono::steady_clock::now() < end) {
+    std::this_thread::yield();
+  }
+  EXPECT_LE(threadCount(), threadsBefore + 1);
 }
 
 TEST(EventLoopThreadsTest, WorkFromManyThreadsAllRuns) {
