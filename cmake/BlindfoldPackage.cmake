@@ -47,7 +47,7 @@ endif()
 target_sources(blindfold PUBLIC
   FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${clientHeaders})
 set_target_properties(blindfold PROPERTIES
-  EXPORT_NAME helperclient LINKER_LANGUAGE CXX VERIFY_INTERFACE_HEADER_SETS ON)
+  EXPORT_NAME helperclient LINKER_LANGUAGE CXX)
 
 option(BLINDFOLD_SHARED_LIBRARY "Build the shared library of the C interface" ON)
 if(BLINDFOLD_SHARED_LIBRARY)
