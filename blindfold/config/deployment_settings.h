@@ -20,6 +20,8 @@ class DeploymentSettings {
  public:
   /// Reads nothing yet. Both arguments must outlive this object.
   DeploymentSettings(const Bundle& mainBundle, const FileManager& fileManager);
+  DeploymentSettings(const Bundle&& mainBundle, const FileManager& fileManager) = delete;
+  DeploymentSettings(const Bundle& mainBundle, const FileManager&& fileManager) = delete;
 
   /// The helper's launchd label.
   const std::string& helperLaunchdLabel() const;

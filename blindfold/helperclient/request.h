@@ -37,6 +37,7 @@ class HelperClientState {
         settings(usedSettings),
         skipClientAuthorizationPrecheck(skipPrecheck) {}
   HelperClientState(bool, const Platform&, const DeploymentSettings&&) = delete;
+  HelperClientState(bool, const Platform&&, const DeploymentSettings&) = delete;
 
   /// A client over a platform that outlives it and its requests, with `values` in place of settings
   /// of the main bundle.
@@ -47,6 +48,7 @@ class HelperClientState {
         settingsWithValues_(std::in_place, *bundleWithValues_, fileManager),
         settings(*settingsWithValues_),
         skipClientAuthorizationPrecheck(skipPrecheck) {}
+  HelperClientState(bool, const Platform&&, const DeploymentValues&) = delete;
 
   const Platform& platform;
   const FileManager& fileManager;

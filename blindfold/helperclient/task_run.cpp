@@ -90,22 +90,28 @@ void StartedTask::Run::runPiece(const std::function<void()>& work) {
     runner_ = std::this_thread::get_id();
   }
   work();
-  if (endPiece() && finish_) {
+  if (endPiece()) {
     inPieces(finishExecutor_)([this] { runFinish(); });
   }
 }
 
-/// Returns whether the task has ended with this piece and was not given up.
+/// Returns whether the task has ended with this piece, and `finish_` is to run.
 bool StartedTask::Run::endPiece() {
   std::unique_ptr<RootCoroutine> endedRoot;
   std::function<void()> droppedFinish;
+  {
+    const std::lock_guard guard(lock_);
+    if (isOver_ || (root_ && root_->isDone())) std::swap(endedRoot, root_);
+    if (isOver_) std::swap(droppedFinish, finish_);
+  }
+  const bool hasEnded = endedRoot && endedRoot->isDone();
+  // Still within the piece: whoever gives the task up finds nothing left of it.
+  endedRoot = nullptr;
+  droppedFinish = nullptr;
   const std::lock_guard guard(lock_);
   runner_ = {};
   pieceEnded_.notify_all();
-  const bool hasEnded = root_ && root_->isDone();
-  if (hasEnded || isOver_) std::swap(endedRoot, root_);
-  if (isOver_) std::swap(droppedFinish, finish_);
-  return hasEnded && !isOver_;
+  return hasEnded && !isOver_ && finish_;
 }
 
 void StartedTask::Run::runFinish() noexcept {

@@ -5,12 +5,19 @@
 
 #include <barrier>
 #include <thread>
+#include <type_traits>
 
 #include "tests/support/fake_bundle.h"
 #include "tests/support/fake_file_manager.h"
 
 namespace blindfold {
 namespace {
+
+/// Settings keep references to both, so that temporaries would be gone when a setting is read.
+static_assert(
+    std::is_constructible_v<DeploymentSettings, const FakeBundle&, const FakeFileManager&>);
+static_assert(!std::is_constructible_v<DeploymentSettings, FakeBundle, const FakeFileManager&>);
+static_assert(!std::is_constructible_v<DeploymentSettings, const FakeBundle&, FakeFileManager>);
 
 using Strings = std::vector<std::string>;
 

@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
 #include <limits>
+#include <map>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "blindfold/model/json/coding_error.h"
@@ -67,6 +70,15 @@ class HelperClientTest : public testing::Test {
 };
 
 // What a client is made of.
+
+/// A state keeps references to these, so that temporaries would be gone when a request reads them.
+static_assert(
+    std::is_constructible_v<HelperClientState, bool, const Platform&, const DeploymentSettings&>);
+static_assert(
+    !std::is_constructible_v<HelperClientState, bool, const Platform&, DeploymentSettings>);
+static_assert(
+    !std::is_constructible_v<HelperClientState, bool, Platform, const DeploymentSettings&>);
+static_assert(!std::is_constructible_v<HelperClientState, bool, Platform, const DeploymentValues&>);
 
 TEST_F(HelperClientTest, MakingAClientContactsNothing) {
   EXPECT_TRUE(fake_.log.calls().empty());
@@ -341,19 +353,28 @@ TEST_F(HelperClientTest, HoldSendsTheEncodedRequestAsData) {
                            DataArgument{makeJSONEncoder().encode(someHoldRequest())}}));
 }
 
-TEST_F(HelperClientTest, ARequestMayBeMadeInTheExpressionThatAwaitsIt) {
-  const auto holdInOneExpression = [](HelperClient& client, std::string id) -> Task<std::string> {
-    const auto first =
-        co_await client.hold(HoldRequest{id, CameraKind::builtIn, {}, true, 30.0, {}});
-    const auto second = co_await client.hold({id, CameraKind::builtIn, {}, true, 30.0, {}});
-    co_return first.message + second.message;
+TEST_F(HelperClientTest, EveryArgumentMayBeMadeInTheExpressionThatAwaitsTheOperation) {
+  fake_.connections.prepare = [this](FakeHelperConnection& connection) {
+    fake_.mainLoop.post([&connection] { connection.reply(success); });
   };
-  const auto ending = start(holdInOneExpression(client_, "a camera with a long identifier"));
-  connection().reply(success);
-  fake_.mainLoop.runUntilIdle();
-  fake_.connections.connections().back()->reply(success);
-  fake_.mainLoop.runUntilIdle();
-  EXPECT_EQ(ending->value, "Done.Done.");
+  const auto operate = [](HelperClient& client, std::string text) -> Task<std::string> {
+    // g++ 12 takes no list of elements within such an expression.
+    const std::vector<TargetService> targets{
+        {text, ServiceDomain::gui, 1, 2, ControlMode::sigstop}};
+    const std::map<std::string, std::int64_t> snapshot{{text, 1}};
+    std::string messages;
+    messages +=
+        (co_await client.hold(HoldRequest{text, CameraKind::builtIn, targets, true, 30, snapshot}))
+            .message;
+    messages +=
+        (co_await client.hold({text, CameraKind::builtIn, targets, true, 30, snapshot})).message;
+    messages += (co_await client.renew(text + text)).message;
+    messages += (co_await client.release(text + text)).message;
+    messages += (co_await client.release({})).message;
+    co_return messages;
+  };
+  const auto ending = start(operate(client_, "a text that is too long for a short string"));
+  EXPECT_EQ(ending->value, "Done.Done.Done.Done.Done.");
 }
 
 TEST_F(HelperClientTest, ARequestThatCannotBeEncodedFailsAsItIsBeforeAnyConnection) {

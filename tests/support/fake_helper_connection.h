@@ -156,12 +156,13 @@ class FakeHelperConnectionProvider final : public HelperConnectionProvider {
     return connection;
   }
 
+  /// The connections made so far, but for those that were taken.
   std::vector<std::shared_ptr<FakeHelperConnection>> connections() const {
     const std::lock_guard guard(lock_);
     return connections_;
   }
 
-  /// Lets go of the connections made so far.
+  /// Hands over the connections made so far.
   std::vector<std::shared_ptr<FakeHelperConnection>> takeConnections() {
     const std::lock_guard guard(lock_);
     return std::exchange(connections_, {});
