@@ -13,11 +13,9 @@
 
 /// The ways to run a task from outside a coroutine:
 ///
-/// | function   | the task runs on                        | its result |
-/// |------------|-----------------------------------------|-----------------------------------------|
-/// | `syncWait` | the calling thread, which blocks        | returned or thrown | | `start`    | a
-/// thread of the platform's              | given to a callback on an executor      | | `spawn`    |
-/// the thread that serves the main loop    | none; an exception ends the program     |
+/// - `syncWait` runs it on the calling thread, which blocks, and returns its value or throws.
+/// - `start` runs it on a thread of the platform's, and a callback on an executor gets its result.
+/// - `spawn` runs it on the thread that serves the main loop; an exception ends the program.
 ///
 /// Every function may be called on any thread, by several threads at once.
 namespace blindfold {
@@ -58,7 +56,8 @@ class TaskResult {
 /// A task that was started: it runs for as long as this object keeps it. Destroying the object, or
 /// assigning to it, gives the task up: a request under way ends at once, the callback is not called
 /// any more, and whatever it captures is destroyed. When another thread runs a piece of the task or
-/// its callback at that moment, its end is waited for; the callback itself may destroy the object.
+/// its callback at that moment, or hands the callback to the executor, the end of that is waited
+/// for: hold no lock that one of them takes. The callback itself may destroy the object.
 class [[nodiscard]] StartedTask {
  public:
   /// No task.

@@ -82,35 +82,32 @@ Executor StartedTask::Run::inPieces(const Executor& executor) {
   };
 }
 
+/// An executor may run the work that it is given at once, so that a piece runs within another.
 void StartedTask::Run::runPiece(const std::function<void()>& work) {
+  const auto self = std::this_thread::get_id();
+  std::thread::id outer;
   {
     std::unique_lock guard(lock_);
-    pieceEnded_.wait(guard, [&] { return runner_ == std::thread::id(); });
+    pieceEnded_.wait(guard, [&] { return runner_ == std::thread::id() || runner_ == self; });
     if (isOver_) return;
-    runner_ = std::this_thread::get_id();
+    outer = std::exchange(runner_, self);
   }
   work();
-  if (endPiece()) {
-    inPieces(finishExecutor_)([this] { runFinish(); });
-  }
+  if (dropWhatEnded()) inPieces(finishExecutor_)([this] { runFinish(); });
+  const std::lock_guard guard(lock_);
+  runner_ = outer;
+  pieceEnded_.notify_all();
 }
 
-/// Returns whether the task has ended with this piece, and `finish_` is to run.
-bool StartedTask::Run::endPiece() {
+/// Destroys what this piece has ended. Within the piece, so that whoever gives the task up finds
+/// nothing left of it. Returns whether `finish_` is to run next.
+bool StartedTask::Run::dropWhatEnded() {
   std::unique_ptr<RootCoroutine> endedRoot;
   std::function<void()> droppedFinish;
-  {
-    const std::lock_guard guard(lock_);
-    if (isOver_ || (root_ && root_->isDone())) std::swap(endedRoot, root_);
-    if (isOver_) std::swap(droppedFinish, finish_);
-  }
-  const bool hasEnded = endedRoot && endedRoot->isDone();
-  // Still within the piece: whoever gives the task up finds nothing left of it.
-  endedRoot = nullptr;
-  droppedFinish = nullptr;
   const std::lock_guard guard(lock_);
-  runner_ = {};
-  pieceEnded_.notify_all();
+  const bool hasEnded = root_ && root_->isDone();
+  if (hasEnded || isOver_) std::swap(endedRoot, root_);
+  if (isOver_) std::swap(droppedFinish, finish_);
   return hasEnded && !isOver_ && finish_;
 }
 

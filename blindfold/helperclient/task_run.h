@@ -61,7 +61,7 @@ class StartedTask::Run : public std::enable_shared_from_this<StartedTask::Run> {
   /// `executor`, on which all work is pieces of this run.
   Executor inPieces(const Executor& executor);
   void runPiece(const std::function<void()>& work);
-  bool endPiece();
+  bool dropWhatEnded();
   void runFinish() noexcept;
 
   std::mutex lock_;

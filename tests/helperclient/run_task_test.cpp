@@ -229,6 +229,54 @@ TEST_F(RunTaskTest, GivingUpWaitsForACallbackOnAnotherThread) {
   EXPECT_TRUE(hasReturned);
 }
 
+TEST_F(RunTaskTest, GivingUpWaitsForTheExecutorThatTakesTheCallback) {
+  std::promise<void> entered;
+  std::atomic<bool> hasReturned = false;
+  auto started = start(
+      seven(), [](const TaskResult<int>&) { FAIL(); },
+      [&](const std::function<void()>&) {
+        entered.set_value();
+        std::this_thread::sleep_for(50ms);
+        hasReturned = true;
+      });
+  entered.get_future().wait();
+  started.giveUp();
+  EXPECT_TRUE(hasReturned);
+}
+
+TEST_F(RunTaskTest, NothingIsLeftOfACallbackOnceItsTaskIsGivenUp) {
+  std::promise<void> entered;
+  auto captured = std::make_shared<int>(0);
+  const std::weak_ptr<int> observer = captured;
+  auto started = start(
+      seven(),
+      [&entered, captured = std::move(captured)](const TaskResult<int>&) {
+        entered.set_value();
+        std::this_thread::sleep_for(50ms);
+      },
+      onNewThread);
+  entered.get_future().wait();
+  started.giveUp();
+  EXPECT_TRUE(observer.expired());
+}
+
+TEST_F(RunTaskTest, AnExecutorMayRunTheCallbackAtOnce) {
+  std::promise<void> called;
+  StartedTask started;
+  std::promise<void> stored;
+  auto isStored = stored.get_future().share();
+  started = start(
+      seven(),
+      [&](const TaskResult<int>&) {
+        isStored.wait();
+        started.giveUp();
+        called.set_value();
+      },
+      [](const std::function<void()>& work) { work(); });
+  stored.set_value();
+  EXPECT_EQ(called.get_future().wait_for(deadline), std::future_status::ready);
+}
+
 TEST_F(RunTaskTest, ATaskThatIsNotStartedIsDestroyedWithoutARequest) {
   {
     const auto task = client_.currentState();
