@@ -10,6 +10,7 @@ import os
 import pathlib
 import plistlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -78,7 +79,7 @@ class Deployment:
         helper = self.bin / "blindfold-devhelper"
         helper.write_text(
             "#!/bin/sh\n"
-            f"exec '{arguments.devhelper}' --service '{self.service}' \"$@\"\n"
+            f'exec {shlex.quote(str(arguments.devhelper))} --service {self.service} "$@"\n'
         )
         helper.chmod(0o755)
 
