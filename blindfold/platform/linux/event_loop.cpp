@@ -106,6 +106,7 @@ class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
     std::vector<std::uint64_t> serials;  ///< Of the watches behind `descriptors`.
   };
 
+  bool dropFirst();
   bool isServer() const { return server_ == std::this_thread::get_id(); }
   void startThread();
   void serveThread();
@@ -179,22 +180,30 @@ void EventLoop::State::end() {
     ending_.wait(guard, [&] { return ownThreads_ == 0; });
   }
   // Work that is dropped may call the loop once more as it is destroyed.
-  for (;;) {
-    std::deque<Work> posted;
-    std::deque<Work> performed;
-    Timetable timetable;
-    std::map<int, Watch> watches;
-    std::vector<Work> timed;
-    {
-      const Lock guard(lock_);
-      std::swap(posted, posted_);
-      std::swap(performed, performed_);
-      std::swap(timetable, timetable_);
-      std::swap(watches, watches_);
-      for (const auto& [deadline, item] : timetable) timed.push_back(item->leave());
-    }
-    if (posted.empty() && performed.empty() && timetable.empty() && watches.empty()) return;
+  while (dropFirst()) {
   }
+}
+
+/// Destroys the first work or handler that is left, without the lock, and returns whether there was
+/// one. Takes no memory: the process may be unwinding for want of it.
+bool EventLoop::State::dropFirst() {
+  Work work;
+  std::shared_ptr<TimedItem> item;
+  decltype(watches_)::node_type watch;
+  const Lock guard(lock_);
+  if (!posted_.empty()) {
+    work = takeFirst(posted_);
+  } else if (!performed_.empty()) {
+    work = takeFirst(performed_);
+  } else if (!timetable_.empty()) {
+    item = timetable_.begin()->second;
+    timetable_.erase(timetable_.begin());
+    work = item->leave();
+  } else {
+    if (watches_.empty()) return false;
+    watch = watches_.extract(watches_.begin());
+  }
+  return true;
 }
 
 void EventLoop::State::post(Work work) {
