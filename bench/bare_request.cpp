@@ -12,10 +12,9 @@
 int main() {
   using namespace blindfold;  // NOLINT(google-build-using-namespace): this is the program
 
-  const auto address = serviceSocketAddress(BLINDFOLD_DEVELOPMENT_SERVICE);
+  const ServiceSocketAddress address(BLINDFOLD_DEVELOPMENT_SERVICE);
   const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (!address || connection < 0 ||
-      connect(connection, reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
+  if (connection < 0 || connect(connection, address.get(), address.size()) != 0) {
     return 1;
   }
   const Bytes request =

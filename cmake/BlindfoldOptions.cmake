@@ -32,8 +32,8 @@ endif()
 
 set(BLINDFOLD_SANITIZERS "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 option(BLINDFOLD_FUZZERS "Build the fuzzers (clang only)" OFF)
-set(BLINDFOLD_SYSTEM_DOMAIN_DIRECTORY "/run/blindfold" CACHE STRING
-    "Where the sockets of the Linux platform's services live")
+set(BLINDFOLD_SYSTEM_DOMAIN_DIRECTORY "${PROJECT_BINARY_DIR}/services" CACHE STRING
+    "The directory of the sockets of the Linux platform's services")
 set(BLINDFOLD_DEVELOPMENT_SERVICE "app.blindfold.helper.dev" CACHE STRING
     "The service name of the development deployment")
 

@@ -81,15 +81,3 @@ scripts_in() {
     xargs -0 awk -v language="[/ ]($1)\$" \
       'FNR == 1 { if (/^#!/ && $0 ~ language) printf "%s%c", FILENAME, 0; nextfile }'
 }
-
-# The directory of the Linux platform's sockets exists and is this user's to write in, or the script
-# ends and says which command makes it so.
-require_system_domain() {
-  local directory=/run/blindfold
-  if [ ! -e "$directory" ] && [ "$(id -u)" -eq 0 ]; then install -d -m 0755 "$directory"; fi
-  if [ ! -w "$directory" ]; then
-    echo "The development helper needs a directory for its socket. Make it, then start this again:" >&2
-    echo "  sudo install -d -m 0755 -o $(id -un) $directory" >&2
-    exit 1
-  fi
-}

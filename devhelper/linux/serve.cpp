@@ -14,7 +14,7 @@
 namespace blindfold {
 
 void serve(const Options& options) {
-  if (!serviceSocketAddress(options.service)) {
+  if (!isServiceName(options.service)) {
     throw OptionError(quoted(options.service) + " cannot be the name of a service");
   }
   endOnTerminationSignals();

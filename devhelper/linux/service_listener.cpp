@@ -15,7 +15,7 @@
 namespace blindfold {
 namespace {
 
-constexpr mode_t directoryMode = 0755;
+constexpr mode_t directoryMode = 0700;
 constexpr mode_t lockMode = 0600;
 constexpr mode_t socketMode = 0666;
 
@@ -54,12 +54,12 @@ void removeStaleSocket(const std::string& path) {
   throw systemFailure("cannot remove " + quotedPath(path));
 }
 
-FileDescriptor listenAt(const sockaddr_un& address) {
-  const std::string path(address.sun_path);
+FileDescriptor listenAt(const std::string& serviceName) {
+  const ServiceSocketAddress address(serviceName);
+  const std::string path = serviceSocketPath(serviceName);
   FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   // Nobody can connect before the socket listens, so its mode is in force from the first on.
-  if (!socket ||
-      bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+  if (!socket || bind(socket.get(), address.get(), address.size()) != 0 ||
       chmod(path.c_str(), socketMode) != 0 || ::listen(socket.get(), SOMAXCONN) != 0) {
     throw systemFailure("cannot listen at " + quotedPath(path));
   }
@@ -70,18 +70,17 @@ FileDescriptor listenAt(const sockaddr_un& address) {
 
 ServiceListener::ServiceListener(const std::string& serviceName)
     : serviceName_(serviceName), path_(serviceSocketPath(serviceName)) {
+  assert(isServiceName(serviceName));
   makeDirectory(systemDomainDirectory);
   lock_ = takeLock(path_ + ".lock", serviceName);
 }
 
 void ServiceListener::listen() {
   assert(!socketFile_);
-  const auto address = serviceSocketAddress(serviceName_);
-  if (!address) throw PlatformError(quoted(serviceName_) + " cannot be the name of a service");
   expectNothingButASocket(path_);
   socketFile_.emplace(path_);
   removeStaleSocket(path_);
-  socket_ = listenAt(*address);
+  socket_ = listenAt(serviceName_);
 }
 
 int ServiceListener::descriptor() const {

@@ -28,8 +28,8 @@ bool becomesReady(int socket, short events, int milliseconds) {
 
 RawClient::RawClient(const std::string& service)
     : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  const auto address = serviceSocketAddress(service).value();
-  if (connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+  const ServiceSocketAddress address(service);
+  if (connect(socket_.get(), address.get(), address.size()) != 0) {
     throwError("connect");
   }
 }

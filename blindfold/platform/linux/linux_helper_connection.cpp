@@ -163,10 +163,9 @@ void LinuxHelperConnection::start() {
 }
 
 void LinuxHelperConnection::connect() {
-  const auto address = serviceSocketAddress(serviceName_);
-  if (!address || !socket_) return becomeInvalid();
-  const auto* const generic = reinterpret_cast<const sockaddr*>(&*address);
-  if (::connect(socket_.get(), generic, sizeof *address) == 0) return startTalking();
+  if (!isServiceName(serviceName_) || !socket_) return becomeInvalid();
+  const ServiceSocketAddress address(serviceName_);
+  if (::connect(socket_.get(), address.get(), address.size()) == 0) return startTalking();
   if (!shouldTryAgain(errno)) return becomeInvalid();
   nextTry_ = loop_.schedule(connectionRetryDelay, [connection = weak_from_this()] {
     if (const auto self = connection.lock()) self->connect();

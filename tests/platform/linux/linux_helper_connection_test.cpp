@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/fsuid.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -150,10 +151,10 @@ TEST(LinuxHelperConnectionTest, ANameThatCannotBeAServicesInvalidates) {
 // Connections that wait at a service until none more finds room.
 std::vector<FileDescriptor> fillBacklog(const std::string& name) {
   std::vector<FileDescriptor> waiting;
-  const auto address = serviceSocketAddress(name).value_or(sockaddr_un{});
+  const ServiceSocketAddress address(name);
   for (;;) {
     FileDescriptor next(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (connect(next.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (connect(next.get(), address.get(), address.size()) != 0) {
       EXPECT_EQ(errno, EAGAIN);
       return waiting;
     }
@@ -637,10 +638,14 @@ TEST(LinuxHelperConnectionTest, ASocketNeverTakesThePlaceOfAClosedStandardStream
   EXPECT_EQ(result.exitStatus, 0);
 }
 
-// Makes this process act as another user while it lives. Its real user stays root.
+/// Makes this process act as another user while it lives. Its real user stays root, and so does the
+/// one that opens files: the system domain may be root's alone.
 class ActingAs {
  public:
-  explicit ActingAs(uid_t user) { EXPECT_EQ(seteuid(user), 0); }
+  explicit ActingAs(uid_t user) {
+    EXPECT_EQ(seteuid(user), 0);
+    setfsuid(0);
+  }
   ActingAs(const ActingAs&) = delete;
   ActingAs& operator=(const ActingAs&) = delete;
   ~ActingAs() { EXPECT_EQ(seteuid(0), 0); }

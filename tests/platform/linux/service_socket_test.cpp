@@ -1,17 +1,61 @@
 #include "blindfold/platform/linux/service_socket.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 #include <sys/socket.h>
 
+#include <cstring>
+#include <filesystem>
 #include <string>
+
+#include "blindfold/platform/posix/file_descriptor.h"
+#include "tests/platform/linux/test_helper.h"
 
 namespace blindfold {
 namespace {
+constexpr std::size_t longestPath = sizeof(sockaddr_un::sun_path) - 1;
 
-// The longest name whose path, with the NUL byte that ends it, fits into an address.
-std::size_t longestName() {
-  return sizeof sockaddr_un{}.sun_path - std::string(systemDomainDirectory).size() - 2;
+std::string pathIn(const ServiceSocketAddress& address) {
+  const auto* const local = reinterpret_cast<const sockaddr_un*>(address.get());
+  return {local->sun_path, strnlen(local->sun_path, sizeof local->sun_path)};
 }
+
+FileDescriptor makeSocket() {
+  return FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+}
+
+/// Whether a client reaches a server in `directory`, each by an address of its own.
+bool canBeReached(const std::string& directory, const std::string& name) {
+  const auto server = makeSocket();
+  const ServiceSocketAddress bound(name, directory);
+  if (bind(server.get(), bound.get(), bound.size()) != 0 || listen(server.get(), 1) != 0) {
+    return false;
+  }
+  const auto client = makeSocket();
+  const ServiceSocketAddress reached(name, directory);
+  return connect(client.get(), reached.get(), reached.size()) == 0;
+}
+
+/// A new directory whose path has at least so many bytes; removed with its owner.
+class LongDirectory {
+ public:
+  explicit LongDirectory(std::size_t size) {
+    std::string root = std::filesystem::temp_directory_path() / "service-socket-XXXXXX";
+    root_ = mkdtemp(root.data());
+    path_ = root_;
+    while (path_.native().size() < size) path_ /= "a b\"<\u00e9";
+    std::filesystem::create_directories(path_);
+  }
+  LongDirectory(const LongDirectory&) = delete;
+  LongDirectory& operator=(const LongDirectory&) = delete;
+  ~LongDirectory() { std::filesystem::remove_all(root_); }
+
+  std::string path() const { return path_; }
+
+ private:
+  std::filesystem::path root_;
+  std::filesystem::path path_;
+};
 
 TEST(ServiceSocketTest, TheSystemDomainIsAnAbsolutePath) {
   EXPECT_EQ(std::string(systemDomainDirectory).front(), '/');
@@ -22,35 +66,63 @@ TEST(ServiceSocketTest, AServiceIsASocketInTheSystemDomain) {
             std::string(systemDomainDirectory) + "/app.blindfold.helper");
 }
 
-TEST(ServiceSocketTest, TheAddressHoldsThePath) {
-  const auto address = serviceSocketAddress("app.blindfold.helper").value_or(sockaddr_un{});
-  EXPECT_EQ(address.sun_family, AF_UNIX);
-  EXPECT_EQ(address.sun_path, serviceSocketPath("app.blindfold.helper"));
+TEST(ServiceSocketTest, AnAddressHoldsAPathThatFits) {
+  const int before = openDescriptorCount();
+  const ServiceSocketAddress address("app.blindfold.helper", "/run");
+  EXPECT_EQ(address.get()->sa_family, AF_UNIX);
+  EXPECT_EQ(pathIn(address), "/run/app.blindfold.helper");
+  EXPECT_EQ(openDescriptorCount(), before);
+}
+
+TEST(ServiceSocketTest, AnAddressTakesThePathOfItsLengthWhole) {
+  const std::string directory = "/" + std::string(longestPath - 6, 'd');
+  EXPECT_EQ(pathIn(ServiceSocketAddress("name", directory)), directory + "/name");
+}
+
+TEST(ServiceSocketTest, AServiceInADirectoryOfAnyLengthCanBeReached) {
+  for (const std::size_t size :
+       {longestPath - 6, longestPath - 5, std::size_t{108}, std::size_t{200}, std::size_t{1'000}}) {
+    const LongDirectory directory(size);
+    EXPECT_TRUE(canBeReached(directory.path(), "app.blindfold.helper")) << size;
+  }
+}
+
+TEST(ServiceSocketTest, TheLongestNameOfAServiceCanBeReachedInALongDirectory) {
+  const LongDirectory directory(200);
+  const std::string name(82, 'x');
+  EXPECT_TRUE(isServiceName(name));
+  EXPECT_TRUE(canBeReached(directory.path(), name));
+}
+
+TEST(ServiceSocketTest, AnAddressClosesTheDirectoryThatItHoldsOpen) {
+  const LongDirectory directory(200);
+  const int before = openDescriptorCount();
+  {
+    const ServiceSocketAddress address("name", directory.path());
+    EXPECT_EQ(openDescriptorCount(), before + 1);
+  }
+  EXPECT_EQ(openDescriptorCount(), before);
+}
+
+TEST(ServiceSocketTest, AnAddressInADirectoryThatIsMissingNamesNothing) {
+  EXPECT_FALSE(canBeReached("/nowhere/" + std::string(200, 'd'), "name"));
 }
 
 TEST(ServiceSocketTest, AnEmptyNameIsNoService) {
-  EXPECT_FALSE(serviceSocketAddress(""));
+  EXPECT_FALSE(isServiceName(""));
 }
 
 TEST(ServiceSocketTest, ANameWithASlashIsNoService) {
-  EXPECT_FALSE(serviceSocketAddress("../helper"));
+  EXPECT_FALSE(isServiceName("../helper"));
 }
 
 TEST(ServiceSocketTest, ANameWithANULByteIsNoService) {
-  EXPECT_FALSE(serviceSocketAddress(std::string("helper\0.dev", 11)));
+  EXPECT_FALSE(isServiceName(std::string("helper\0.dev", 11)));
 }
 
-TEST(ServiceSocketTest, TheLongestNameThatFitsIsAService) {
-  const std::string name(longestName(), 'x');
-  const auto address = serviceSocketAddress(name).value_or(sockaddr_un{});
-  EXPECT_EQ(address.sun_path[sizeof address.sun_path - 2], 'x');
-  EXPECT_EQ(address.sun_path[sizeof address.sun_path - 1], '\0');
+TEST(ServiceSocketTest, ANameThatFitsNoAddressIsNoService) {
+  EXPECT_FALSE(isServiceName(std::string(longestPath, 'x')));
+  EXPECT_FALSE(isServiceName(std::string(1'000'000, 'x')));
 }
-
-TEST(ServiceSocketTest, ANameThatIsTooLongIsNoService) {
-  EXPECT_FALSE(serviceSocketAddress(std::string(longestName() + 1, 'x')));
-  EXPECT_FALSE(serviceSocketAddress(std::string(1'000'000, 'x')));
-}
-
 }  // namespace
 }  // namespace blindfold

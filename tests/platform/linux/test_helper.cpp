@@ -30,9 +30,9 @@ std::string uniqueServiceName() {
 BoundService::BoundService(std::string name)
     : name_(std::move(name)), socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   std::filesystem::create_directories(systemDomainDirectory);
-  const auto address = serviceSocketAddress(name_).value_or(sockaddr_un{});
-  EXPECT_EQ(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  EXPECT_EQ(chmod(address.sun_path, 0777), 0);
+  const ServiceSocketAddress address(name_);
+  EXPECT_EQ(bind(socket_.get(), address.get(), address.size()), 0) << errno;
+  EXPECT_EQ(chmod(serviceSocketPath(name_).c_str(), 0777), 0);
 }
 
 BoundService::~BoundService() {
