@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -65,11 +64,10 @@ constexpr std::string_view rawValue(E value) {
 /// The case whose raw value equals `text` exactly, or `std::nullopt`.
 template <Enumeration E>
 constexpr std::optional<E> fromRawValue(std::string_view text) {
-  constexpr auto& rawValues = EnumerationCoding<E>::rawValues;
-  const auto row = std::find_if(rawValues.begin(), rawValues.end(),
-                                [text](const auto& each) { return each.text == text; });
-  if (row == rawValues.end()) return std::nullopt;
-  return row->value;
+  for (const auto& row : EnumerationCoding<E>::rawValues) {
+    if (row.text == text) return row.value;
+  }
+  return std::nullopt;
 }
 
 /// Hashes an enumeration by its raw value.

@@ -11,38 +11,38 @@
 #include "blindfold/model/json/coding_error.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
+#include "blindfold/model/json/record_decoding.h"
 #include "blindfold/text/one_line.h"
 
-// Whatever the bytes: decoding gives a record or a `DecodingError` whose text is one line of valid
-// UTF-8. A record that was decoded encodes to one line; that decodes to an equal record, and that
-// one encodes to the same bytes.
+// Whatever the bytes: decoding gives a record, or a `DecodingError` whose text is one line of valid
+// UTF-8. Decoding in one pass gives the same record, and none where there is an error. A record
+// encodes to one line, which decodes to an equal record, which encodes to the same bytes.
 
 namespace {
 
 using namespace blindfold;
 
-void require(bool condition, const char* what) {
+void require(bool condition, const char* expectation) {
   if (condition) return;
-  std::fprintf(stderr, "not so: %s\n", what);
+  std::fprintf(stderr, "does not hold: %s\n", expectation);
   std::abort();
 }
 
 template <Record T>
-void requireRoundTrip(const T& record) {
-  const std::string text = makeJSONEncoder().encode(record);
+void requireRoundTrip(const T& record, const std::string& text) {
   const T again = JSONDecoder().decode<T>(text);
   if constexpr (requires { record == again; }) {
-    require(record == again, "what is encoded decodes to an equal record");
+    require(record == again, "an encoded record decodes to an equal record");
   }
   require(makeJSONEncoder().encode(again) == text, "an equal record encodes to the same bytes");
   require(text.find_first_of("\n\r") == std::string::npos, "a record encodes to one line");
 }
 
-/// The record that `bytes` hold, or nothing.
+/// The record that `bytes` encode, or `std::nullopt`.
 template <Record T>
 std::optional<T> decode(std::string_view bytes) {
   try {
-    return JSONDecoder().decode<T>(bytes);
+    return decodeCarefully<T>(bytes);
   } catch (const DecodingError& error) {
     require(error.what() == oneLine(error.what()), "an error is one line of valid UTF-8");
     return std::nullopt;
@@ -51,7 +51,13 @@ std::optional<T> decode(std::string_view bytes) {
 
 template <Record T>
 void fuzz(std::string_view bytes) {
-  if (const auto record = decode<T>(bytes)) requireRoundTrip(*record);
+  const auto record = decode<T>(bytes);
+  const auto recordOfOnePass = decodeInOnePass<T>(bytes);
+  require(record.has_value() == recordOfOnePass.has_value(), "one pass accepts the same texts");
+  if (!record) return;
+  const std::string text = makeJSONEncoder().encode(*record);
+  require(makeJSONEncoder().encode(*recordOfOnePass) == text, "one pass gives the same record");
+  requireRoundTrip(*record, text);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "blindfold/model/json/plain_characters.h"
 #include "blindfold/text/ascii.h"
 #include "blindfold/text/utf8.h"
 
@@ -57,11 +58,7 @@ std::optional<JSONEscape> readUnicodeEscape(std::string_view text) {
                     2 * lengthOfUnicodeEscape};
 }
 
-bool isEscaped(char character) {
-  return static_cast<unsigned char>(character) < 0x20 || character == '"' || character == '\\' ||
-         character == '/';
-}
-
+/// Appends the escape sequence of `character`, an ASCII character that is not plain.
 void appendEscape(std::string& json, char character) {
   const auto escape = std::find_if(shortEscapes.begin(), shortEscapes.end(),
                                    [&](const auto& each) { return each.character == character; });
@@ -100,14 +97,25 @@ std::string JSONString::text() const {
 }
 
 void appendJSONString(std::string& json, std::string_view text) {
-  if (!isValidUTF8(text)) return appendJSONString(json, repairUTF8(text));
   json += '"';
-  for (auto rest = text.begin(); rest != text.end();) {
-    const auto end = std::find_if(rest, text.end(), isEscaped);
-    json.append(rest, end);
-    rest = end;
-    if (rest != text.end()) appendEscape(json, *rest++);
+  std::size_t begin = 0;  // of the text that is not yet in `json`
+  for (std::size_t position = 0;;) {
+    position += plainLength<SlashIs::escaped>(text.substr(position));
+    if (position == text.size()) break;
+    const CodePoint codePoint = readCodePoint(text, position);
+    const std::size_t end = position + codePoint.length;
+    if (!codePoint.isValid || codePoint.length == 1) {
+      json += text.substr(begin, position - begin);
+      if (codePoint.isValid) {
+        appendEscape(json, text[position]);
+      } else {
+        json += encodeUTF8(replacementCharacter).text();
+      }
+      begin = end;
+    }
+    position = end;
   }
+  json += text.substr(begin);
   json += '"';
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "blindfold/model/json/coding_error.h"
+#include "blindfold/model/json/plain_characters.h"
 #include "blindfold/text/ascii.h"
 #include "blindfold/text/enumeration_table.h"
 #include "blindfold/text/one_line.h"
@@ -29,17 +30,24 @@ constexpr std::size_t maximumExcerptLength = 16;
 /// beginning of its construct and stops after its end, or throws.
 class Scanner {
  public:
-  explicit Scanner(std::string_view text) : text_(text) {}
+  /// A scanner that begins at `position`, within `depth` open arrays and objects.
+  explicit Scanner(std::string_view text, std::size_t position = 0, std::size_t depth = 0)
+      : text_(text), position_(position), outerDepth_(depth), depth_(depth) {}
 
   JSONValue scanDocument() {
     skipWhiteSpace();
     const std::size_t begin = position_;
-    beginValue();
-    while (depth_ > 0) continueContainer();
-    const std::size_t end = position_;
+    const std::size_t end = scanValue();
     skipWhiteSpace();
     if (!atEnd()) expected("the end of the text");
     return {text_.substr(begin, end - begin)};
+  }
+
+  /// Scans one value and returns the position after it.
+  std::size_t scanValue() {
+    beginValue();
+    while (depth_ > outerDepth_) continueContainer();
+    return position_;
   }
 
  private:
@@ -132,7 +140,9 @@ class Scanner {
 
   void scanString() {
     ++position_;
-    while (!skipIf('"')) {
+    for (;;) {
+      position_ += plainLength(text_.substr(position_));
+      if (skipIf('"')) return;
       if (atEnd()) expected("a quotation mark");
       scanCharacter();
     }
@@ -165,10 +175,11 @@ class Scanner {
   }
 
   std::string_view text_;
-  std::size_t position_ = 0;
-  /// The closing bracket of each open array and object, from the outermost in.
-  std::array<char, maximumNestingDepth> closers_{};
-  std::size_t depth_ = 0;
+  std::size_t position_;
+  std::size_t outerDepth_;
+  std::size_t depth_;
+  /// The closing bracket of each array and object that this scanner opened, by its depth.
+  std::array<char, maximumNestingDepth> closers_;
   bool isJustOpened_ = false;
 };
 
@@ -255,6 +266,10 @@ JSONType JSONValue::type() const {
 
 JSONValue scanJSON(std::string_view bytes) {
   return Scanner(bytes).scanDocument();
+}
+
+std::size_t checkValue(std::string_view text, std::size_t position, std::size_t depth) {
+  return Scanner(text, position, depth).scanValue();
 }
 
 JSONElements::JSONElements(const JSONValue& array) : rest_(array.text.substr(1)) {

@@ -44,6 +44,10 @@ inline constexpr std::size_t maximumNestingDepth = 512;
 /// at which they are not.
 JSONValue scanJSON(std::string_view bytes);
 
+/// Checks the value at `position` of `text`, within `depth` open arrays and objects, and returns
+/// the position after it. Throws like `scanJSON`.
+std::size_t checkValue(std::string_view text, std::size_t position, std::size_t depth);
+
 /// An iterator over the elements of an array. Takes time linear in the length of the array.
 class JSONElements {
  public:

@@ -64,19 +64,26 @@ void shorten(Decimal& decimal) {
   decimal.digits.replace(enoughDigits, std::string::npos, "1");
 }
 
+/// The value of `number` if it has neither fraction nor exponent and fits in 64 signed bits.
+std::optional<std::int64_t> parsePlainInteger(std::string_view number) {
+  const char* const end = number.data() + number.size();
+  std::int64_t value = 0;
+  const auto result = std::from_chars(number.data(), end, value);
+  if (result.ec != std::errc{} || result.ptr != end) return std::nullopt;
+  return value;
+}
+
 }  // namespace
 
 std::optional<std::int64_t> parseInteger(std::string_view number) {
+  if (const auto plain = parsePlainInteger(number)) return plain;
   constexpr std::int64_t mostDigits = 19;
   const Decimal decimal = parseDecimal(number);
   if (decimal.digits.empty()) return 0;
   if (decimal.exponent < 0 || decimal.exponent > mostDigits) return std::nullopt;
   const std::string text = (decimal.isNegative ? "-" : "") + decimal.digits +
                            std::string(static_cast<std::size_t>(decimal.exponent), '0');
-  std::int64_t value = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (result.ec != std::errc{}) return std::nullopt;
-  return value;
+  return parsePlainInteger(text);
 }
 
 std::optional<double> parseDouble(std::string_view number) {

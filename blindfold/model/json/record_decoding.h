@@ -16,6 +16,8 @@
 #include "blindfold/model/json/coding_path.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_value.h"
+#include "blindfold/model/json/list_growth.h"
+#include "blindfold/model/json/single_pass_reader.h"
 #include "blindfold/model/record.h"
 
 /// The definition of `JSONDecoder::decode`, made from field tables. Included where a record is
@@ -25,7 +27,7 @@
 namespace blindfold {
 
 /// Decodes values of a checked text, one `read` for each type of field. Each takes the value, its
-/// path and the field to set, and throws `DecodingError` when the value is not one of the type.
+/// path and the field to set, and throws `DecodingError` when the value is not of the type.
 class ValueReader {
  public:
   static void read(const JSONValue& value, const CodingPath& path, bool& result);
@@ -52,9 +54,11 @@ class ValueReader {
     expect(JSONType::array, value, path, "an array");
     JSONElements elements(value);
     while (const auto element = elements.next()) {
+      reserveForOneMore(result, static_cast<std::size_t>(value.text.end() - element->text.begin()));
       const CodingPath pathOfElement(path, result.size());
       read(*element, pathOfElement, result.emplace_back());
     }
+    releaseExcess(result);
   }
 
   template <class T>
@@ -123,12 +127,20 @@ class ValueReader {
   }
 };
 
-template <class T>
-T JSONDecoder::decode(std::string_view bytes) const {
-  static_assert(Record<T>);
+/// Decodes a text in three passes: checks all of it, finds the values of each record's fields, and
+/// decodes them in the order of its table. Throws the error that is the first in this order.
+template <Record T>
+T decodeCarefully(std::string_view bytes) {
   T record{};
   ValueReader::read(scanJSON(bytes), CodingPath(), record);
   return record;
+}
+
+template <class T>
+T JSONDecoder::decode(std::string_view bytes) const {
+  static_assert(Record<T>);
+  if (auto record = decodeInOnePass<T>(bytes)) return *std::move(record);
+  return decodeCarefully<T>(bytes);
 }
 
 }  // namespace blindfold

@@ -4,6 +4,7 @@
 
 #include "blindfold/model/json/coding_error.h"
 #include "blindfold/model/json/iso8601.h"
+#include "blindfold/model/json/json_string.h"
 #include "blindfold/model/json/number.h"
 
 namespace blindfold {
@@ -29,8 +30,17 @@ void JSONWriter::write(Instant value) {
   appendJSONString(json_, formatISO8601(value));
 }
 
-void JSONWriter::separate() {
-  if (json_.back() != '[' && json_.back() != '{') json_ += ',';
+void JSONWriter::writeKey(std::string_view key) {
+  appendJSONString(json_, key);
+  json_ += ':';
+}
+
+void JSONWriter::close(char opener, char closer) {
+  if (json_.back() == opener) {
+    json_ += closer;
+  } else {
+    json_.back() = closer;
+  }
 }
 
 }  // namespace blindfold

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -13,9 +12,8 @@
 #include <vector>
 
 #include "blindfold/model/enumerations.h"
+#include "blindfold/model/json/encoded_names.h"
 #include "blindfold/model/json/json_encoder.h"
-#include "blindfold/model/json/json_string.h"
-#include "blindfold/model/json/key_order.h"
 #include "blindfold/model/record.h"
 
 /// The definition of `JSONEncoder::encode`, made from field tables. Included where a record is
@@ -24,31 +22,56 @@
 ///     template std::string JSONEncoder::encode(const CameraInfo&) const;
 namespace blindfold {
 
-/// Keys, each with a value, to be put in order.
-template <class T>
-using KeyedEntries = std::vector<std::pair<SortableKey, T>>;
+/// Estimates the length of the JSON text of a value, one `measure` for each type of field. The
+/// estimate is too small only when a string needs escape sequences.
+class JSONMeasure {
+ public:
+  static std::size_t measure(bool /*value*/) { return 5; }
+  static std::size_t measure(std::int64_t /*value*/) { return 20; }
+  static std::size_t measure(double /*value*/) { return 24; }
+  static std::size_t measure(const std::string& value) { return value.size() + 2; }
+  static std::size_t measure(Instant /*value*/) { return 22; }
 
-template <class T>
-constexpr void sortByKey(KeyedEntries<T>& entries) {
-  std::sort(entries.begin(), entries.end(),
-            [](const auto& left, const auto& right) { return left.first < right.first; });
-}
+  template <Enumeration E>
+  static std::size_t measure(E value) {
+    return rawValue(value).size() + 2;
+  }
 
-/// The rows of the record's field table in the order of their keys.
-template <Record T>
-consteval auto rowsInKeyOrder() {
-  KeyedEntries<std::size_t> fields;
-  for (const std::string_view name : fieldNames<T>) fields.emplace_back(name, fields.size());
-  sortByKey(fields);
-  std::array<std::size_t, fieldCount<T>> rows{};
-  std::transform(fields.begin(), fields.end(), rows.begin(),
-                 [](const auto& field) { return field.second; });
-  return rows;
-}
+  template <class T>
+  static std::size_t measure(const std::optional<T>& value) {
+    return value ? measure(*value) : 0;
+  }
+
+  template <class T>
+  static std::size_t measure(const std::vector<T>& elements) {
+    std::size_t length = 2;
+    for (const T& element : elements) length += measure(element) + 1;
+    return length;
+  }
+
+  template <class T>
+  static std::size_t measure(const std::map<std::string, T>& map) {
+    std::size_t length = 2;
+    for (const auto& [key, value] : map) length += measure(key) + 1 + measure(value) + 1;
+    return length;
+  }
+
+  template <Record T>
+  static std::size_t measure(const T& record) {
+    return std::apply(
+        [&](const auto&... field) {
+          return (2 + ... + (field.name.size() + 4 + measure(record.*field.member)));
+        },
+        FieldTable<T>::fields);
+  }
+};
 
 /// Writes one JSON text, one `write` for each type of field.
 class JSONWriter {
  public:
+  /// A writer of a text of about `expectedLength` bytes.
+  explicit JSONWriter(std::size_t expectedLength) { json_.reserve(expectedLength); }
+
   /// Returns the text written so far and leaves none.
   std::string take() { return std::move(json_); }
 
@@ -60,17 +83,19 @@ class JSONWriter {
 
   template <Enumeration E>
   void write(E value) {
-    appendJSONString(json_, rawValue(value));
+    json_ += '"';
+    json_ += rawValue(value);
+    json_ += '"';
   }
 
   template <class T>
   void write(const std::vector<T>& elements) {
     json_ += '[';
     for (const T& element : elements) {
-      separate();
       write(element);
+      json_ += ',';
     }
-    json_ += ']';
+    close('[', ']');
   }
 
   template <class T>
@@ -80,42 +105,47 @@ class JSONWriter {
     for (const auto& [key, value] : map) entries.emplace_back(key, value);
     sortByKey(entries);
     json_ += '{';
-    for (const auto& [key, value] : entries) writeMember(key.key(), value);
-    json_ += '}';
+    for (const auto& [key, value] : entries) {
+      writeKey(key.key());
+      write(value);
+      json_ += ',';
+    }
+    close('{', '}');
   }
 
   template <Record T>
   void write(const T& record) {
     const auto writeFields = [&]<std::size_t... index>(std::index_sequence<index...>) {
-      constexpr auto rows = rowsInKeyOrder<T>();
-      (writeField(record, std::get<rows[index]>(FieldTable<T>::fields)), ...);
+      (writeField<T, rowsInKeyOrder<T>[index]>(record), ...);
     };
     json_ += '{';
     writeFields(std::make_index_sequence<fieldCount<T>>{});
-    json_ += '}';
+    close('{', '}');
   }
 
  private:
-  template <class T, class Value>
-  void writeField(const T& record, const Field<T, Value>& field) {
-    writeMember(field.name, record.*field.member);
+  template <Record T, std::size_t row>
+  void writeField(const T& record) {
+    writeMember(std::string_view(encodedKey<T, row>.data(), encodedKey<T, row>.size()),
+                record.*std::get<row>(FieldTable<T>::fields).member);
   }
 
   template <class T>
-  void writeMember(std::string_view key, const std::optional<T>& value) {
-    if (value) writeMember(key, *value);
+  void writeMember(std::string_view encodedKey, const std::optional<T>& value) {
+    if (value) writeMember(encodedKey, *value);
   }
 
   template <class T>
-  void writeMember(std::string_view key, const T& value) {
-    separate();
-    appendJSONString(json_, key);
-    json_ += ':';
+  void writeMember(std::string_view encodedKey, const T& value) {
+    json_ += encodedKey;
     write(value);
+    json_ += ',';
   }
 
-  /// Appends a comma, unless the next value is the first of its array or object.
-  void separate();
+  void writeKey(std::string_view key);
+
+  /// Closes an array or object: `closer` takes the place of the last comma, if there is one.
+  void close(char opener, char closer);
 
   std::string json_;
 };
@@ -123,7 +153,7 @@ class JSONWriter {
 template <class T>
 std::string JSONEncoder::encode(const T& record) const {
   static_assert(Record<T>);
-  JSONWriter writer;
+  JSONWriter writer(JSONMeasure::measure(record));
   writer.write(record);
   return writer.take();
 }

@@ -1,0 +1,63 @@
+#include "blindfold/model/json/plain_characters.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+namespace blindfold {
+namespace {
+
+/// `plainLength` without the examination of several characters at a time.
+template <SlashIs slash>
+std::size_t lengthCharacterByCharacter(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::find_if_not(text.begin(), text.end(), isPlainCharacter<slash>) - text.begin());
+}
+
+template <SlashIs slash>
+void expectSameLength(std::string_view text) {
+  ASSERT_EQ(plainLength<slash>(text), lengthCharacterByCharacter<slash>(text)) << text;
+}
+
+TEST(PlainCharactersTest, ArePrintableASCIIWithoutQuotationMarkAndBackslash) {
+  for (int byte = 0; byte < 256; ++byte) {
+    const auto character = static_cast<char>(byte);
+    const bool isPlain = byte >= 0x20 && byte < 0x80 && character != '"' && character != '\\';
+    EXPECT_EQ(isPlainCharacter<SlashIs::plain>(character), isPlain) << byte;
+    EXPECT_EQ(isPlainCharacter<SlashIs::escaped>(character), isPlain && character != '/') << byte;
+  }
+}
+
+TEST(PlainCharactersTest, AreCountedUpToAnyByteAtAnyPosition) {
+  for (int byte = 0; byte < 256; ++byte) {
+    for (std::size_t position = 0; position < 20; ++position) {
+      std::string text(20, 'x');
+      text[position] = static_cast<char>(byte);
+      expectSameLength<SlashIs::plain>(text);
+      expectSameLength<SlashIs::escaped>(text);
+    }
+  }
+}
+
+TEST(PlainCharactersTest, AreCountedBesideAnyOtherByte) {
+  for (int first = 0; first < 256; ++first) {
+    for (int second = 0; second < 256; ++second) {
+      std::string text = "xxxxxxxx";
+      text[3] = static_cast<char>(first);
+      text[4] = static_cast<char>(second);
+      expectSameLength<SlashIs::plain>(text);
+      expectSameLength<SlashIs::escaped>(text);
+    }
+  }
+}
+
+TEST(PlainCharactersTest, AreCountedToTheEndOfATextOfAnyLength) {
+  const std::string text(40, '~');
+  for (std::size_t length = 0; length <= text.size(); ++length) {
+    EXPECT_EQ(plainLength(std::string_view(text).substr(0, length)), length);
+  }
+}
+
+}  // namespace
+}  // namespace blindfold
