@@ -124,6 +124,17 @@ class ManualsTest(SessionTest):
                 seen.add(failure(deployment))
         self.assertEqual(sorted(labels), sorted(seen | never_printed))
 
+    def test_the_program_carries_its_version(self):
+        command = re.search(r"^\.Ql (strings .*)$", source("man1/blindfoldctl.1"), re.MULTILINE)
+        documents.require("strings")
+        with Deployment() as deployment:
+            tool = deployment.bin / "blindfoldctl"
+            found = deployment.run(
+                "sh", "-c", command.group(1).replace("blindfoldctl", f"'{tool}'")).stdout
+        version = re.search(r"^project\(\w+\s+VERSION ([\d.]+)",
+                            (arguments.sources / "CMakeLists.txt").read_text(), re.MULTILINE)
+        self.assertEqual(f"@(#)PROGRAM:blindfoldctl  PROJECT:Blindfold-{version.group(1)}\n", found)
+
 
 def line_of_failure(deployment, *words, script=None, options=()):
     if script is not None:
