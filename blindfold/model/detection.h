@@ -12,7 +12,8 @@
 
 /// The helper's answer to a detection request: the cameras, and the launchd services behind them.
 ///
-/// A required field of an aggregate has no initialiser, so that the compiler demands one.
+/// The fields are described in the records' tables. A required field of an aggregate has no
+/// initialiser, so that the compiler demands one.
 namespace blindfold {
 
 /// The identifier of a launchd service, "system:com.example.label". The label is not escaped.
@@ -24,7 +25,7 @@ struct CameraInfo {
   std::string localizedName;
   std::string modelID;
   std::string uniqueID;
-  std::string transportType;  ///< Free text; a camera is classified by its `kind`.
+  std::string transportType;
   bool isConnected;
   bool isSuspended;
   bool isInUseByAnotherApplication;
@@ -36,17 +37,26 @@ struct CameraInfo {
 
 template <>
 struct FieldTable<CameraInfo> {
+  static constexpr std::string_view name = "CameraInfo";
+  static constexpr std::string_view description = "A camera device.";
   static constexpr std::tuple fields{
-      requiredField("id", &CameraInfo::id),
-      requiredField("localizedName", &CameraInfo::localizedName),
-      requiredField("modelID", &CameraInfo::modelID),
-      requiredField("uniqueID", &CameraInfo::uniqueID),
-      requiredField("transportType", &CameraInfo::transportType),
-      requiredField("isConnected", &CameraInfo::isConnected),
-      requiredField("isSuspended", &CameraInfo::isSuspended),
-      requiredField("isInUseByAnotherApplication", &CameraInfo::isInUseByAnotherApplication),
-      requiredField("kind", &CameraInfo::kind),
-      requiredField("isExperimental", &CameraInfo::isExperimental),
+      requiredField("id", &CameraInfo::id,
+                    "Identifies the camera; what `selectedCameraID`, `cameraID` and "
+                    "`sourceCameraID` refer to."),
+      requiredField("localizedName", &CameraInfo::localizedName,
+                    "The name that the system shows for the camera."),
+      requiredField("modelID", &CameraInfo::modelID, "The system's identifier of the model."),
+      requiredField("uniqueID", &CameraInfo::uniqueID, "The system's identifier of the device."),
+      requiredField("transportType", &CameraInfo::transportType,
+                    "How the camera is connected, in the helper's words. A camera is classified by "
+                    "its `kind`."),
+      requiredField("isConnected", &CameraInfo::isConnected, "Whether the camera is connected."),
+      requiredField("isSuspended", &CameraInfo::isSuspended, "Whether the camera is suspended."),
+      requiredField("isInUseByAnotherApplication", &CameraInfo::isInUseByAnotherApplication,
+                    "Whether another application uses the camera."),
+      requiredField("kind", &CameraInfo::kind, "What the camera is classified by."),
+      requiredField("isExperimental", &CameraInfo::isExperimental,
+                    "Whether the helper's support for the camera is experimental."),
   };
 };
 
@@ -64,7 +74,7 @@ struct TargetService {
   std::string label;
   ServiceDomain domain = ServiceDomain::system;
   std::int64_t priority = 0;
-  std::optional<std::int64_t> pid;  ///< `std::nullopt` when the service has no process.
+  std::optional<std::int64_t> pid;
   ControlMode controlMode = ControlMode::sigstop;
 
   bool operator==(const TargetService&) const = default;
@@ -75,12 +85,20 @@ struct TargetService {
 
 template <>
 struct FieldTable<TargetService> {
+  static constexpr std::string_view name = "TargetService";
+  static constexpr std::string_view description =
+      "A launchd service that the helper can hold for a camera.";
   static constexpr std::tuple fields{
-      requiredField("label", &TargetService::label),
-      requiredField("domain", &TargetService::domain),
-      requiredField("priority", &TargetService::priority),
-      optionalField("pid", &TargetService::pid),
-      requiredField("controlMode", &TargetService::controlMode),
+      requiredField("label", &TargetService::label, "The launchd label of the service."),
+      requiredField("domain", &TargetService::domain,
+                    "The launchd domain of the service. A label can occur in both."),
+      requiredField("priority", &TargetService::priority,
+                    "The helper's rank of the service. The camera counts as in use while a "
+                    "built-in camera daemon of rank 0 or any service of rank 1 or more runs."),
+      optionalField("pid", &TargetService::pid,
+                    "The process of the service; absent while none runs."),
+      requiredField("controlMode", &TargetService::controlMode,
+                    "How the helper pauses the service."),
   };
 };
 
@@ -88,7 +106,6 @@ struct FieldTable<TargetService> {
 struct LaunchdServiceState {
   std::string label;
   ServiceDomain domain;
-  /// `std::nullopt` when the service has no process.
   std::optional<std::int64_t> pid = std::nullopt;
 
   bool operator==(const LaunchdServiceState&) const = default;
@@ -99,17 +116,20 @@ struct LaunchdServiceState {
 
 template <>
 struct FieldTable<LaunchdServiceState> {
+  static constexpr std::string_view name = "LaunchdServiceState";
+  static constexpr std::string_view description = "The observed state of a launchd service.";
   static constexpr std::tuple fields{
-      requiredField("label", &LaunchdServiceState::label),
-      requiredField("domain", &LaunchdServiceState::domain),
-      optionalField("pid", &LaunchdServiceState::pid),
+      requiredField("label", &LaunchdServiceState::label, "The launchd label of the service."),
+      requiredField("domain", &LaunchdServiceState::domain, "The launchd domain of the service."),
+      optionalField("pid", &LaunchdServiceState::pid,
+                    "The process of the service; absent while none runs."),
   };
 };
 
 /// The whole answer. Lists keep their order.
 struct DetectionResult {
   std::vector<CameraInfo> cameras;
-  std::optional<std::string> selectedCameraID = std::nullopt;  ///< A `CameraInfo::id`.
+  std::optional<std::string> selectedCameraID = std::nullopt;
   std::vector<TargetService> resolvedTargets;
   std::vector<LaunchdServiceState> serviceStates;
   std::vector<std::string> notes;
@@ -119,12 +139,19 @@ struct DetectionResult {
 
 template <>
 struct FieldTable<DetectionResult> {
+  static constexpr std::string_view name = "DetectionResult";
+  static constexpr std::string_view description =
+      "The answer to `detect`: the cameras, and the launchd services behind them.";
   static constexpr std::tuple fields{
-      requiredField("cameras", &DetectionResult::cameras),
-      optionalField("selectedCameraID", &DetectionResult::selectedCameraID),
-      requiredField("resolvedTargets", &DetectionResult::resolvedTargets),
-      requiredField("serviceStates", &DetectionResult::serviceStates),
-      requiredField("notes", &DetectionResult::notes),
+      requiredField("cameras", &DetectionResult::cameras, "All cameras."),
+      optionalField(
+          "selectedCameraID", &DetectionResult::selectedCameraID,
+          "The `id` of the camera that the helper has selected; absent when there is none."),
+      requiredField("resolvedTargets", &DetectionResult::resolvedTargets,
+                    "The services to hold for the selected camera."),
+      requiredField("serviceStates", &DetectionResult::serviceStates,
+                    "The state of each service that the helper looked at."),
+      requiredField("notes", &DetectionResult::notes, "Remarks of the helper, for people."),
   };
 };
 

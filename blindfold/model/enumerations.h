@@ -20,35 +20,50 @@ enum class ServiceDomain { system, gui };
 /// The way in which the helper pauses a held service.
 enum class ControlMode { sigstop, sigtermDebug };
 
-/// The name of the enumeration `E` in error texts, and the raw value of each of its cases. Defined
-/// for the enumerations of this file only.
+/// One row of an enumeration's table of raw values.
+template <class E>
+struct RawValue {
+  E value;
+  std::string_view text;
+  /// For the documents about the JSON form, as in a record's field table.
+  std::string_view description;
+};
+
+/// The name of the enumeration `E` in error texts, its description, and the raw value of each of
+/// its cases. Defined for the enumerations of this file only.
 template <class E>
 struct EnumerationCoding;
 
 template <>
 struct EnumerationCoding<CameraKind> {
   static constexpr std::string_view name = "CameraKind";
-  static constexpr EnumerationTable rawValues{&EnumerationText<CameraKind>::value,
-                                              {{CameraKind::builtIn, "builtIn"},
-                                               {CameraKind::externalUSB, "externalUSB"},
-                                               {CameraKind::continuity, "continuity"},
-                                               {CameraKind::unknown, "unknown"}}};
+  static constexpr std::string_view description = "The kind of a camera.";
+  static constexpr EnumerationTable rawValues{
+      &RawValue<CameraKind>::value,
+      {{CameraKind::builtIn, "builtIn", "Built into the Mac; the kind that `hold-built-in` holds."},
+       {CameraKind::externalUSB, "externalUSB", "Connected by USB."},
+       {CameraKind::continuity, "continuity", "The camera of a phone nearby."},
+       {CameraKind::unknown, "unknown", "The helper cannot classify the camera."}}};
 };
 
 template <>
 struct EnumerationCoding<ServiceDomain> {
   static constexpr std::string_view name = "ServiceDomain";
+  static constexpr std::string_view description = "The launchd domain of a service.";
   static constexpr EnumerationTable rawValues{
-      &EnumerationText<ServiceDomain>::value,
-      {{ServiceDomain::system, "system"}, {ServiceDomain::gui, "gui"}}};
+      &RawValue<ServiceDomain>::value,
+      {{ServiceDomain::system, "system", "A daemon of the system."},
+       {ServiceDomain::gui, "gui", "An agent of a user's login session."}}};
 };
 
 template <>
 struct EnumerationCoding<ControlMode> {
   static constexpr std::string_view name = "ControlMode";
+  static constexpr std::string_view description = "How the helper pauses a service.";
   static constexpr EnumerationTable rawValues{
-      &EnumerationText<ControlMode>::value,
-      {{ControlMode::sigstop, "sigstop"}, {ControlMode::sigtermDebug, "sigtermDebug"}}};
+      &RawValue<ControlMode>::value,
+      {{ControlMode::sigstop, "sigstop", "With the signal SIGSTOP."},
+       {ControlMode::sigtermDebug, "sigtermDebug", "With the signal SIGTERM; for debugging."}}};
 };
 
 /// An enumeration that a field of a record can have.

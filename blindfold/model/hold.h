@@ -24,23 +24,35 @@ struct HoldRequest {
               bool theCaptureWasActiveAtRequestTime, double theDurationHint,
               std::map<std::string, std::int64_t> theCorrelationSnapshot);
 
-  std::string cameraID;  ///< A `CameraInfo::id`.
+  std::string cameraID;
   CameraKind kind = CameraKind::builtIn;
   std::vector<TargetService> targets;
   bool captureWasActiveAtRequestTime = false;
-  double durationHint = 0;  ///< Seconds.
+  double durationHint = 0;
   std::map<std::string, std::int64_t> correlationSnapshot;
 };
 
 template <>
 struct FieldTable<HoldRequest> {
+  static constexpr std::string_view name = "HoldRequest";
+  static constexpr std::string_view description =
+      "The request that `hold-built-in` sends to the helper. It is never printed.";
   static constexpr std::tuple fields{
-      requiredField("cameraID", &HoldRequest::cameraID),
-      requiredField("kind", &HoldRequest::kind),
-      requiredField("targets", &HoldRequest::targets),
-      defaultedField("captureWasActiveAtRequestTime", &HoldRequest::captureWasActiveAtRequestTime),
-      requiredField("durationHint", &HoldRequest::durationHint),
-      requiredField("correlationSnapshot", &HoldRequest::correlationSnapshot),
+      requiredField("cameraID", &HoldRequest::cameraID, "The `id` of the camera to hold."),
+      requiredField("kind", &HoldRequest::kind,
+                    "The kind of the camera. `hold-built-in` asks for `builtIn` only."),
+      requiredField("targets", &HoldRequest::targets,
+                    "The services to hold: the `resolvedTargets` of the detection."),
+      defaultedField("captureWasActiveAtRequestTime", &HoldRequest::captureWasActiveAtRequestTime,
+                     "Whether the camera seemed to be in use when the hold was requested: one of "
+                     "the camera's daemons or of the services that use it had a process, or "
+                     "another application used the camera."),
+      requiredField("durationHint", &HoldRequest::durationHint,
+                    "How long the hold should last without renewal, in seconds. `hold-built-in` "
+                    "asks for 30."),
+      requiredField(
+          "correlationSnapshot", &HoldRequest::correlationSnapshot,
+          "The process of each running service of the detection's `serviceStates`, by label."),
   };
 };
 
@@ -48,7 +60,7 @@ struct FieldTable<HoldRequest> {
 struct HeldTarget {
   std::string label;
   ServiceDomain domain;
-  std::optional<std::int64_t> pid = std::nullopt;  ///< `std::nullopt` when it has no process.
+  std::optional<std::int64_t> pid = std::nullopt;
   ControlMode controlMode;
 
   bool operator==(const HeldTarget&) const = default;
@@ -60,17 +72,20 @@ struct HeldTarget {
 
 template <>
 struct FieldTable<HeldTarget> {
+  static constexpr std::string_view name = "HeldTarget";
+  static constexpr std::string_view description = "A service that the helper is holding.";
   static constexpr std::tuple fields{
-      requiredField("label", &HeldTarget::label),
-      requiredField("domain", &HeldTarget::domain),
-      optionalField("pid", &HeldTarget::pid),
-      requiredField("controlMode", &HeldTarget::controlMode),
+      requiredField("label", &HeldTarget::label, "The launchd label of the service."),
+      requiredField("domain", &HeldTarget::domain, "The launchd domain of the service."),
+      optionalField("pid", &HeldTarget::pid,
+                    "The process that is held; absent when the service had none."),
+      requiredField("controlMode", &HeldTarget::controlMode, "How the helper paused the service."),
   };
 };
 
 /// The state of the helper's hold and of its lease.
 struct HoldState {
-  std::string mode;  ///< Free text.
+  std::string mode;
   std::optional<std::string> leaseID = std::nullopt;
   std::vector<HeldTarget> heldTargets = {};
   std::optional<Instant> startedAt = std::nullopt;
@@ -84,15 +99,26 @@ struct HoldState {
 
 template <>
 struct FieldTable<HoldState> {
+  static constexpr std::string_view name = "HoldState";
+  static constexpr std::string_view description =
+      "The state of the hold and its lease; the answer to `status`.";
   static constexpr std::tuple fields{
-      requiredField("mode", &HoldState::mode),
-      optionalField("leaseID", &HoldState::leaseID),
-      defaultedField("heldTargets", &HoldState::heldTargets),
-      optionalField("startedAt", &HoldState::startedAt),
-      optionalField("lastHeartbeatAt", &HoldState::lastHeartbeatAt),
-      optionalField("sourceCameraID", &HoldState::sourceCameraID),
-      optionalField("lastRestoreReason", &HoldState::lastRestoreReason),
-      defaultedField("micMuted", &HoldState::micMuted),
+      requiredField(
+          "mode", &HoldState::mode,
+          "The helper's word for its state. The development helper's are `idle` and `held`."),
+      optionalField("leaseID", &HoldState::leaseID,
+                    "Identifies the lease of the hold, for `renew`; absent when nothing is held."),
+      defaultedField("heldTargets", &HoldState::heldTargets,
+                     "The services that are held; empty when nothing is held."),
+      optionalField("startedAt", &HoldState::startedAt, "When the hold began."),
+      optionalField("lastHeartbeatAt", &HoldState::lastHeartbeatAt,
+                    "When the lease was last renewed; at first, when the hold began."),
+      optionalField("sourceCameraID", &HoldState::sourceCameraID,
+                    "The `id` of the camera that is held."),
+      optionalField("lastRestoreReason", &HoldState::lastRestoreReason,
+                    "Why the last hold ended, in the helper's word. The development helper's are "
+                    "`released`, `restoredAll` and `leaseExpired`."),
+      defaultedField("micMuted", &HoldState::micMuted, "Whether the input microphones are muted."),
   };
 };
 
@@ -107,10 +133,17 @@ struct OperationResult {
 
 template <>
 struct FieldTable<OperationResult> {
+  static constexpr std::string_view name = "OperationResult";
+  static constexpr std::string_view description =
+      "The answer to `hold-built-in`, `release`, `restore`, `renew`, `mute` and `unmute`.";
   static constexpr std::tuple fields{
-      requiredField("success", &OperationResult::success),
-      requiredField("message", &OperationResult::message),
-      optionalField("holdState", &OperationResult::holdState),
+      requiredField(
+          "success", &OperationResult::success,
+          "Whether the helper did what it was asked. The exit status does not depend on it."),
+      requiredField("message", &OperationResult::message,
+                    "What the helper did, or why not, for people."),
+      optionalField("holdState", &OperationResult::holdState,
+                    "The state afterwards; absent when the helper does not tell it."),
   };
 };
 

@@ -30,32 +30,39 @@ using Instant = std::chrono::sys_time<std::chrono::microseconds>;
 /// | defaulted | the member's initialiser    | always                |
 enum class Presence { required, optional, defaulted };
 
-/// One row of a record's field table: a member, and its name, which is also its JSON key.
+/// One row of a record's field table.
 template <class Owner, class Value>
 struct Field {
-  std::string_view name;
+  std::string_view name;  ///< Also the JSON key.
   Value Owner::* member;
+  /// For the documents about the JSON form: sentences in Markdown, on one line, without vertical
+  /// bars.
+  std::string_view description;
   Presence presence;
 };
 
 template <class Owner, class Value>
-constexpr auto requiredField(std::string_view name, Value Owner::* member) {
-  return Field<Owner, Value>{name, member, Presence::required};
+constexpr auto requiredField(std::string_view name, Value Owner::* member,
+                             std::string_view description) {
+  return Field<Owner, Value>{name, member, description, Presence::required};
 }
 
 template <class Owner, class Value>
-constexpr auto optionalField(std::string_view name, std::optional<Value> Owner::* member) {
-  return Field<Owner, std::optional<Value>>{name, member, Presence::optional};
+constexpr auto optionalField(std::string_view name, std::optional<Value> Owner::* member,
+                             std::string_view description) {
+  return Field<Owner, std::optional<Value>>{name, member, description, Presence::optional};
 }
 
 template <class Owner, class Value>
-constexpr auto defaultedField(std::string_view name, Value Owner::* member) {
-  return Field<Owner, Value>{name, member, Presence::defaulted};
+constexpr auto defaultedField(std::string_view name, Value Owner::* member,
+                              std::string_view description) {
+  return Field<Owner, Value>{name, member, description, Presence::defaulted};
 }
 
-/// The field table of the record `T`, from which its decoding, encoding, hashing and key order are
-/// made. `fields` is a tuple of `Field` rows in the order of the members' declaration. Specialised
-/// beside each record, and for records only.
+/// The field table of the record `T`, from which its decoding, encoding, hashing, key order and the
+/// documents about its JSON form are made: `name` and `description` are the record's; `fields` is a
+/// tuple of `Field` rows in the order of the members' declaration. Specialised beside each record,
+/// and for records only.
 template <class T>
 struct FieldTable;
 

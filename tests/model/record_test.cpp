@@ -169,15 +169,16 @@ struct ConstructedFromOne {
 
 template <>
 struct FieldTable<OneMember> {
-  static constexpr std::tuple fields{requiredField("first", &OneMember::first)};
+  static constexpr std::tuple fields{requiredField("first", &OneMember::first, "The only row.")};
 };
 template <>
 struct FieldTable<TwoMembers> {
-  static constexpr std::tuple fields{requiredField("first", &TwoMembers::first)};
+  static constexpr std::tuple fields{requiredField("first", &TwoMembers::first, "The only row.")};
 };
 template <>
 struct FieldTable<ConstructedFromOne> {
-  static constexpr std::tuple fields{requiredField("first", &ConstructedFromOne::first)};
+  static constexpr std::tuple fields{
+      requiredField("first", &ConstructedFromOne::first, "The only row.")};
 };
 
 namespace {
