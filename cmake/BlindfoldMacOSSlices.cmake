@@ -31,5 +31,3 @@ add_custom_command(OUTPUT "${universal}"
   DEPENDS ${slices} ${projects}
   VERBATIM)
 add_custom_target(universal ALL DEPENDS "${universal}")
-
-install(PROGRAMS "${universal}" DESTINATION Contents/Resources)

@@ -183,10 +183,11 @@ def run_session(deployment, commands):
 class SessionTest(unittest.TestCase):
     """A test that runs the sessions of a document."""
 
-    def check_session(self, deployment, session):
+    def check_session(self, deployment, session, tab=8):
         commands = commands_of_session(session)
         self.assertTrue(commands, "the session has no command")
         outputs = run_session(deployment, commands)
         self.assertEqual(len(outputs), len(commands))
         for (command, expected), output in zip(commands, outputs):
-            self.assertEqual(without_chance(expected), without_chance(output), command)
+            output = without_chance(output.expandtabs(tab))
+            self.assertEqual(without_chance(expected), output, command)
