@@ -3,12 +3,14 @@
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
-# What it takes to build the programs; those and their tests; and to run the macOS adapters on Linux.
+# What it takes to build the programs; those and their tests; to run the macOS adapters on Linux; and
+# to read the manuals, completions, schemas and recipes as their users do.
 # shellcheck disable=SC2034  # The scripts that source this file use them.
 {
   build_packages=(cmake ninja-build g++)
   test_packages=("${build_packages[@]}" libgtest-dev libgmock-dev python3)
   gnustep_packages=(libgnustep-base-dev libblocksruntime-dev libobjc-12-dev)
+  document_packages=(ansible-core binutils fish jq mandoc python3-jsonschema shellcheck zsh)
 }
 
 # A title for what a script does next.
@@ -18,6 +20,8 @@ announce() { printf '\n== %s\n' "$*"; }
 # a command of its own name.
 needed_of() {
   case "$1" in
+    ansible-core) echo "command ansible-playbook" ;;
+    binutils) echo "command strings" ;;
     clang-19) echo "command clang++-19" ;;
     g++) echo "command c++" ;;
     libblocksruntime-dev) echo "header Block.h" ;;
@@ -70,7 +74,7 @@ require_packages() {
 files_with() {
   local pattern names=()
   for pattern in "$@"; do names+=(-o -name "$pattern"); done
-  find bench blindfold devhelper examples tests -type f \( "${names[@]:1}" \) -print0
+  find bench blindfold devhelper docs examples tests -type f \( "${names[@]:1}" \) -print0
 }
 
 # scripts_in LANGUAGE: the project's scripts whose first line names it (a regular expression), each

@@ -32,7 +32,7 @@ void write(const Node& node, const std::string& indent, std::string& json) {
   } else if (const auto* members = std::get_if<Node::Members>(&node.value)) {
     std::string separator = "{\n";
     for (const auto& [key, member] : *members) {
-      json += std::exchange(separator, ",\n") + inner + '"' + key + "\": ";
+      json.append(std::exchange(separator, ",\n")).append(inner).append("\"" + key + "\": ");
       write(member, inner, json);
     }
     json += members->empty() ? "{}" : "\n" + indent + "}";
