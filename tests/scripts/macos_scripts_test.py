@@ -1,0 +1,233 @@
+"""The scripts for a Mac: the commands that they run, in order, and that nothing of theirs stays.
+
+Every command that only a Mac has is a stand-in that records its arguments, and fails when it is told
+to. The clone stands in a directory whose name needs quoting, and so does the temporary directory.
+"""
+
+import pathlib
+import plistlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOURCE = None
+
+LABEL = "app.blindfold.helper.dev"
+DIRECTORY = f"/var/run/{LABEL}"
+PROPERTY_LIST = f"{DIRECTORY}/{LABEL}.plist"
+
+# A stand-in: records its name and arguments, fails if it is the one that is to fail, and does the
+# little that the scripts need of it.
+STAND_IN = """\
+#!/bin/sh
+name=${0##*/}
+{ printf '%s' "$name"; for each in "$@"; do printf '\\037%s' "$each"; done; echo; } >>"$LOG"
+number=$(grep -c '' "$LOG")
+if [ "$number" = "$FAILS" ]; then echo "$name fails" >&2; exit 1; fi
+if [ "$number" = "$INTERRUPTS" ]; then kill -INT "$PPID"; fi
+bootstraps=$(grep -c bootstrap "$LOG")
+case "$name $*" in
+  uname*) echo Darwin ;;
+  "launchctl print "*) [ -n "$REGISTERED" ] ;;
+  "brew --prefix") echo "$PREFIX" ;;
+  sysctl*) echo 4 ;;
+  lipo*) echo x86_64 arm64 ;;
+  otool*) echo "<string>app.blindfold.cli</string>" ;;
+  vtool*) echo "    minos 14.0" ;;
+  "codesign --verify "*) echo "satisfies its Designated Requirement" ;;
+  codesign*) echo Identifier=app.blindfold.cli ;;
+  "sudo install "*.plist) shift 7; cat "$1" >"$LOG.$number.plist" ;;
+  "cmake --build --preset macos" | "cmake --build --preset macos "*)
+    mkdir -p build/macos/dev
+    for each in blindfoldctl blindfold-devhelper dev/blindfoldctl; do cp "$0" "build/macos/$each"; done ;;
+  "blindfoldctl fly") echo "usage: blindfoldctl [...]" >&2; exit 64 ;;
+  "blindfoldctl renew") echo "usage: blindfoldctl renew <lease-id>" >&2; exit 1 ;;
+  blindfoldctl*)
+    if tail -n 3 "$LOG" | grep -q bootout; then echo "Protection service is unavailable." >&2; exit 1; fi
+    case "$bootstraps $1" in
+      "2 status") echo "Protection service took too long to respond." >&2; exit 1 ;;
+      "2 unmute" | "2 restore") echo "Protection service is unavailable." >&2; exit 1 ;;
+      "2 mute") echo '{"message":"late","success":true}' ;;
+      "1 detect") echo '{"resolvedTargets":[]}' ;;
+      "1 status" | "1 ") echo '{"leaseID":"LEASE","mode":"idle"}' ;;
+      *) case "$*" in *no-such-lease) echo '{"success":false}' ;; *) echo '{"success":true}' ;; esac ;;
+    esac ;;
+esac
+"""
+
+STAND_INS = ["brew", "cmake", "codesign", "ctest", "launchctl", "lipo", "ninja", "otool", "sudo",
+             "sysctl", "uname", "vtool", "xcrun"]
+
+# What bash learned after 3.2, which is the one that macOS ships.
+NEWER_THAN_BASH_3_2 = [r"\bcoproc\b", r"\bmapfile\b", r"\breadarray\b", r"\|&", r"&>>", r";;?&",
+                       r"declare -[gAn]", r"local -[An]", r"\$\{\w+[,^@]", r"\[\[? -v",
+                       r"read [^\n]*-t \d*\.", r"\$\{\w+: -\d", r"wait -n", r"\$\{\w+\[-1\]\}"]
+
+
+class ScriptRun:
+    """One run of a script in a clone of its own."""
+
+    def __init__(self, test, script, **settings):
+        directory = tempfile.TemporaryDirectory(prefix="a clone of é & <b> ")
+        test.addCleanup(directory.cleanup)
+        root = pathlib.Path(directory.name)
+        self.clone, tools, temporary = root / "clone", root / "tools", root / "temporary files"
+        for each in (self.clone, tools, temporary):
+            each.mkdir()
+        shutil.copytree(SOURCE / "scripts", self.clone / "scripts")
+        for name in set(STAND_INS) - set(settings.pop("missing", [])):
+            (tools / name).write_text(STAND_IN)
+            (tools / name).chmod(0o755)
+        # Of the machine's own commands, those that a Mac has too.
+        for name in ("bash", "cat", "cp", "dirname", "grep", "id", "mkdir", "mktemp", "rm", "sed", "tail"):
+            (tools / name).symlink_to(shutil.which(name))
+        old_bash = root / "old-bash"
+        old_bash.write_text("BASH_COMPAT=3.2\nenable -n mapfile readarray\n")
+        log = root / "log"
+        log.touch()
+        environment = {"PATH": str(tools), "TMPDIR": str(temporary), "BASH_ENV": str(old_bash),
+                       "LOG": str(log), "PREFIX": str(root / "homebrew"),
+                       "LC_ALL": "C.UTF-8", **settings}
+        self.result = subprocess.run([tools / "bash", self.clone / "scripts" / script],
+                                     env=environment, cwd=root, capture_output=True, text=True,
+                                     timeout=60)
+        self.status = self.result.returncode
+        self.errors = self.result.stderr
+        self.log = [line.split("\x1f") for line in log.read_text().splitlines()]
+        self.property_lists = [plistlib.loads(path.read_bytes())
+                               for path in sorted(root.glob("log.*.plist"))]
+        self.left_over = sorted(temporary.iterdir())
+
+    def commands(self, *names):
+        """The recorded commands of these names, or all, as lists of words."""
+        return [each for each in self.log if not names or each[0] in names]
+
+
+REMOVAL = [["sudo", "launchctl", "bootout", f"system/{LABEL}"], ["sudo", "rm", "-rf", DIRECTORY]]
+
+
+def installation(property_list):
+    return [
+        ["sudo", "install", "-d", "-o", "root", "-g", "wheel", "-m", "0755", DIRECTORY],
+        ["sudo", "install", "-o", "root", "-g", "wheel", "-m", "0755",
+         "build/macos/blindfold-devhelper", f"{DIRECTORY}/blindfold-devhelper"],
+        ["sudo", "install", "-o", "root", "-g", "wheel", "-m", "0644", property_list, PROPERTY_LIST],
+        ["sudo", "launchctl", "bootstrap", "system", PROPERTY_LIST],
+    ]
+
+
+class ScriptsTest(unittest.TestCase):
+    def assert_removed(self, run):
+        """Whatever the script has made with sudo, it has removed."""
+        sudo = run.commands("sudo")
+        if any(each[1] == "install" for each in sudo):
+            self.assertEqual(sudo[-2:], REMOVAL)
+        self.assertEqual(run.left_over, [])
+
+    def test_the_demonstration_registers_runs_every_command_and_removes(self):
+        run = ScriptRun(self, "demo")
+        self.assertEqual(run.status, 0, run.errors)
+        self.assertEqual(run.commands()[0], ["uname"])
+        sudo = run.commands("sudo")
+        list_path = sudo[2][-2]
+        self.assertEqual(sudo, [*installation(list_path), *REMOVAL, *REMOVAL])
+        tool = [each[1:] for each in run.commands("blindfoldctl")]
+        self.assertEqual(tool, [["status"], ["detect"], ["hold-built-in"], ["status"],
+                                ["renew", "LEASE"], ["renew", "no-such-lease"], ["mute"], ["unmute"],
+                                ["release"], ["restore"], ["renew"], ["fly"], ["status"]])
+        self.assertEqual(run.left_over, [])
+
+    def test_what_sudo_is_for_is_said_before_it_is_used(self):
+        run = ScriptRun(self, "demo", FAILS="9999")
+        self.assertIn("sudo\nmay ask for your password", run.result.stdout)
+        self.assertIn(f"system/{LABEL}", run.result.stdout)
+
+    def test_the_daemon_runs_as_the_user_under_the_development_label(self):
+        (daemon,) = ScriptRun(self, "demo").property_lists
+        user = subprocess.run(["id", "-un"], capture_output=True, text=True).stdout.strip()
+        self.assertEqual(daemon, {
+            "Label": LABEL,
+            "MachServices": {LABEL: True},
+            "UserName": user,
+            "ProgramArguments": [f"{DIRECTORY}/blindfold-devhelper", "--service", LABEL],
+        })
+
+    def test_the_checks_run_the_tests_the_inspections_and_the_conversations(self):
+        run = ScriptRun(self, "test")
+        self.assertEqual(run.status, 0, run.errors)
+        self.assertIn("Every check has passed", run.result.stdout)
+        self.assertEqual(run.commands("ctest"),
+                         [["ctest", "--preset", "macos-test", "--parallel", "4", "--no-tests=error"]])
+        inspections = [each[0] for each in run.commands("lipo", "otool", "vtool", "codesign")]
+        self.assertEqual(inspections,
+                         ["lipo", "otool", "vtool", "vtool", "codesign", "codesign", "codesign"])
+        self.assert_removed(run)
+
+    def test_the_daemon_gets_paths_as_they_are(self):
+        first, second = ScriptRun(self, "test").property_lists
+        for daemon in (first, second):
+            option, script = daemon["ProgramArguments"][-2:]
+            self.assertEqual(option, "--script")
+            self.assertRegex(script, r"/a clone of é & <b> .*/temporary files/blindfold\.\w+/script$")
+
+    def test_a_failure_at_any_step_ends_the_script_and_leaves_nothing(self):
+        for script in ("demo", "test"):
+            commands = ScriptRun(self, script).commands()
+            self.assertGreater(len(commands), 20)
+            for number, command in enumerate(commands[1:], start=2):
+                # What the tool says is the demonstration's content; the checks expect some failures.
+                if command[0] == "blindfoldctl" or command in REMOVAL:
+                    continue
+                with self.subTest(script=script, number=number, command=command):
+                    run = ScriptRun(self, script, FAILS=str(number))
+                    self.assert_removed(run)
+                    if command[:2] != ["launchctl", "print"]:
+                        self.assertNotEqual(run.status, 0)
+
+    def test_a_tool_that_fails_ends_the_checks(self):
+        commands = ScriptRun(self, "test").commands()
+        number = next(n for n, each in enumerate(commands, 1) if each == ["blindfoldctl", "detect"])
+        run = ScriptRun(self, "test", FAILS=str(number))
+        self.assertEqual(run.status, 1)
+        self.assertIn("blindfoldctl detect ended with 1: blindfoldctl fails", run.errors)
+        self.assert_removed(run)
+
+    def test_an_interruption_at_any_step_leaves_nothing(self):
+        commands = ScriptRun(self, "demo").commands()
+        bootstrap = next(n for n, each in enumerate(commands, 1) if "bootstrap" in each)
+        for number in range(bootstrap - 3, bootstrap + 4):
+            with self.subTest(number=number, command=commands[number - 1]):
+                run = ScriptRun(self, "demo", INTERRUPTS=str(number))
+                self.assertEqual(run.status, 130)
+                self.assert_removed(run)
+
+    def test_what_is_missing_is_named_with_the_command_that_installs_it(self):
+        for missing, command in (("xcrun", "xcode-select --install"), ("cmake", "brew install cmake"),
+                                 ("ninja", "brew install ninja")):
+            with self.subTest(missing):
+                run = ScriptRun(self, "demo", missing=[missing])
+                self.assertEqual(run.status, 1)
+                self.assertEqual(len(run.errors.splitlines()), 1, run.errors)
+                self.assertIn(command, run.errors)
+                self.assertEqual(run.commands("sudo"), [])
+
+    def test_a_helper_that_is_registered_already_is_left_alone(self):
+        run = ScriptRun(self, "demo", REGISTERED="yes")
+        self.assertEqual(run.status, 1)
+        self.assertEqual(len(run.errors.splitlines()), 1)
+        self.assertIn(f"sudo launchctl bootout system/{LABEL}", run.errors)
+        self.assertEqual(run.commands("sudo"), [])
+
+    def test_the_scripts_keep_to_what_bash_3_2_knows(self):
+        for path in sorted((SOURCE / "scripts/macos").iterdir()):
+            for construct in NEWER_THAN_BASH_3_2:
+                with self.subTest(path=path.name, construct=construct):
+                    self.assertIsNone(re.search(construct, path.read_text()))
+
+
+if __name__ == "__main__":
+    SOURCE = pathlib.Path(sys.argv.pop())
+    unittest.main(argv=sys.argv[:1])
