@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -9,6 +8,7 @@
 #include "tests/support/fake_code_signing.h"
 #include "tests/support/fake_file_manager.h"
 #include "tests/support/ordinals.h"
+#include "tests/support/own_executable.h"
 
 namespace blindfold {
 namespace {
@@ -117,7 +117,7 @@ TEST(ClientAuthorizationAssessmentTest, AProgramLikeThisTestIsNoClient) {
   const auto assessment = clientAuthorizationAssessment(currentPlatform(), deploymentSettings());
   EXPECT_EQ(assessment.failure, executablePathMismatch);
   EXPECT_EQ(assessment.identity.executablePath,
-            std::filesystem::read_symlink("/proc/self/exe").string());
+            ownExecutablePath());
 }
 
 // Each platform call fails in turn: what it would have told is absent, and nothing else happens.

@@ -85,7 +85,7 @@ class ScriptRun:
         for name in ("bash", "cat", "cp", "dirname", "grep", "id", "mkdir", "mktemp", "rm", "sed", "tail"):
             (tools / name).symlink_to(shutil.which(name))
         old_bash = root / "old-bash"
-        old_bash.write_text("BASH_COMPAT=3.2\nenable -n mapfile readarray\n")
+        old_bash.write_text("BASH_COMPAT=3.2\nenable -n mapfile readarray 2>/dev/null || true\n")
         log = root / "log"
         log.touch()
         environment = {"PATH": str(tools), "TMPDIR": str(temporary), "BASH_ENV": str(old_bash),

@@ -2,11 +2,15 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#else
+#include <sys/event.h>
+#endif
 
 #include <algorithm>
 #include <array>
@@ -39,6 +43,54 @@ int checked(int result, const char* what) {
   return result;
 }
 
+#ifdef __linux__
+void openPipe(std::array<int, 2>& ends) {
+  checked(pipe2(ends.data(), O_CLOEXEC), "pipe2");
+}
+
+/// Kills this process when the thread that made it ends. False when that has happened already.
+bool endWithParent(pid_t parent) {
+  return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
+}
+
+/// No program inherits a descriptor that is not a standard stream.
+bool closeOthersOnExec() {
+  return close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
+}
+
+/// A descriptor that can be read once the child `pid` has ended.
+FileDescriptor watchProcess(pid_t pid) {
+  return FileDescriptor(checked(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)), "pidfd_open"));
+}
+#else
+void openPipe(std::array<int, 2>& ends) {
+  checked(pipe(ends.data()), "pipe");
+  for (const int end : ends) checked(fcntl(end, F_SETFD, FD_CLOEXEC), "fcntl");
+}
+
+/// macOS has no such signal.
+bool endWithParent(pid_t parent) {
+  return getppid() == parent;
+}
+
+bool closeOthersOnExec() {
+  for (int each = STDERR_FILENO + 1; each < getdtablesize(); ++each) {
+    fcntl(each, F_SETFD, FD_CLOEXEC);
+  }
+  return true;
+}
+
+FileDescriptor watchProcess(pid_t pid) {
+  FileDescriptor queue(checked(kqueue(), "kqueue"));
+  struct kevent ending{};
+  EV_SET(&ending, static_cast<uintptr_t>(pid), EVFILT_PROC, EV_ADD, NOTE_EXIT, 0, nullptr);
+  if (kevent(queue.get(), &ending, 1, nullptr, 0, nullptr) == 0) return queue;
+  // A child that has ended already: this can be read at once.
+  if (errno != ESRCH) throwError(errno, "kevent");
+  return FileDescriptor(checked(open("/dev/null", O_RDONLY | O_CLOEXEC), "open"));
+}
+#endif
+
 /// A pipe; neither end is inherited by a program.
 struct Pipe {
   FileDescriptor readEnd;
@@ -46,7 +98,7 @@ struct Pipe {
 
   Pipe() {
     std::array<int, 2> ends{};
-    checked(pipe2(ends.data(), O_CLOEXEC), "pipe2");
+    openPipe(ends);
     readEnd = FileDescriptor(ends[0]);
     writeEnd = FileDescriptor(ends[1]);
     // Only the reader must never block; the flag belongs to this end of the pipe alone.
@@ -80,7 +132,7 @@ struct ProgramStart {
 /// Returns, with errno, when that fails.
 void becomeProgram(const ProgramStart& start) {
   // The child dies with the test that started it, however that ends.
-  if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != start.parent) _exit(EXIT_FAILURE);
+  if (!endWithParent(start.parent)) _exit(EXIT_FAILURE);
   for (int signal = 1; signal < NSIG; ++signal) {
     if (signal != SIGKILL && signal != SIGSTOP) ::signal(signal, SIG_DFL);
   }
@@ -98,7 +150,7 @@ void becomeProgram(const ProgramStart& start) {
   }
   if (start.closesStandardOutput) close(STDOUT_FILENO);
   if (start.workingDirectory != nullptr && chdir(start.workingDirectory) != 0) return;
-  if (close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) != 0) return;
+  if (!closeOthersOnExec()) return;
   execve(start.arguments.front(), start.arguments.data(), start.environment);
 }
 
@@ -187,7 +239,7 @@ class RunningProgram::Child {
         standardError_(std::move(standardError)),
         start_(start),
         deadline_(start + deadline),
-        process_(checked(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)), "pidfd_open")) {}
+        process_(watchProcess(pid)) {}
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
   ~Child() {
@@ -310,9 +362,10 @@ ProgramResult runInChild(const std::function<void()>& function,
   std::cout.flush();
   std::fflush(nullptr);
   const auto start = Clock::now();
+  const pid_t parent = getpid();
   const pid_t pid = checked(fork(), "fork");
   if (pid == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (!endWithParent(parent)) _exit(EXIT_FAILURE);
     dup2(output.writeEnd.get(), STDOUT_FILENO);
     dup2(error.writeEnd.get(), STDERR_FILENO);
     const rlimit noCore{.rlim_cur = 0, .rlim_max = 0};

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "blindfold/platform/bundle.h"
+#include "tests/support/own_executable.h"
 #include "tests/support/program.h"
 
 namespace blindfold {
@@ -117,7 +118,7 @@ TYPED_TEST_P(BundleContract, HasNothingUnderAnotherKey) {
 TYPED_TEST_P(BundleContract, TheMainBundleHasAnExecutable) {
   const auto executable = this->provider_.mainBundle().executableURL();
   ASSERT_TRUE(executable.has_value());
-  EXPECT_EQ(executable->path(), std::filesystem::read_symlink("/proc/self/exe").string());
+  EXPECT_EQ(executable->path(), ownExecutablePath());
 }
 
 REGISTER_TYPED_TEST_SUITE_P(BundleContract, WhereThereIsNoDirectoryThereIsNoBundle,

@@ -7,9 +7,7 @@
 #include <thread>
 
 #include "blindfold/platform/macos/macos_platform.h"
-#include "dispatch_stand_in.h"
 #include "events.h"
-#include "live_objects.h"
 
 namespace blindfold {
 namespace {
@@ -35,18 +33,6 @@ TEST_F(DispatchTimedWorkTest, RunsWorkOnceItsTimeHasCome) {
   schedule("ran", milliseconds(50));
   EXPECT_THAT(events_->waitFor(1), ElementsAre("ran"));
   EXPECT_GE(Clock::now() - start, milliseconds(50));
-}
-
-TEST_F(DispatchTimedWorkTest, CountsTheDelayFromNow) {
-  const auto scheduled = schedule("ran", milliseconds(12'500));
-  EXPECT_EQ(DispatchStandIn::lastTime(),
-            (DispatchStandIn::Time{.base = 0, .delta = 12'500'000'000}));
-  scheduled->cancel();
-}
-
-TEST_F(DispatchTimedWorkTest, RunsWorkOnTheQueueOfClassUtility) {
-  schedule("ran", milliseconds(0));
-  EXPECT_EQ(DispatchStandIn::lastQueue(), (DispatchStandIn::Queue{.identifier = 0x11, .flags = 0}));
 }
 
 TEST_F(DispatchTimedWorkTest, RunsWorkOnAnotherThread) {

@@ -71,6 +71,11 @@ class Slice:
         _, size, offset = self.sections[(segment, section)]
         return {each.decode() for each in self.contents[offset : offset + size].split(b"\0") if each}
 
+    def sent_selectors(self):
+        """Every selector that the program's code refers to."""
+        address, size, _ = self.sections[("__DATA", "__objc_selrefs")]
+        return {self.text(self.pointer(address + 8 * i)) for i in range(size // 8)}
+
     def protocols(self):
         """Every protocol of the Objective-C metadata: name and [(selector, extended types)]."""
         address, size, _ = self.sections[("__DATA", "__objc_protolist")]

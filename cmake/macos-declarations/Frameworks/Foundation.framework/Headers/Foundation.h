@@ -102,11 +102,27 @@ API_AVAILABLE(macos(10.8)) @interface NSXPCInterface : NSObject
 @end
 
 API_AVAILABLE(macos(10.8)) @interface NSXPCConnection : NSObject
+@property(nullable, retain) NSXPCInterface* exportedInterface;
+@property(nullable, retain) id exportedObject;
 @property(nullable, retain) NSXPCInterface* remoteObjectInterface;
 @property(nullable, copy) void (^interruptionHandler)(void);
 @property(nullable, copy) void (^invalidationHandler)(void);
 - (instancetype)initWithMachServiceName:(NSString*)name options:(NSXPCConnectionOptions)options API_UNAVAILABLE(ios, watchos, tvos);
 - (id)remoteObjectProxyWithErrorHandler:(void (^)(NSError* error))handler;
+- (void)resume;
+- (void)invalidate;
+@end
+
+@class NSXPCListener;
+
+@protocol NSXPCListenerDelegate <NSObject>
+@optional
+- (BOOL)listener:(NSXPCListener*)listener shouldAcceptNewConnection:(NSXPCConnection*)newConnection;
+@end
+
+API_AVAILABLE(macos(10.8)) @interface NSXPCListener : NSObject
+@property(nullable, weak) id<NSXPCListenerDelegate> delegate;
+- (instancetype)initWithMachServiceName:(NSString*)name NS_DESIGNATED_INITIALIZER API_UNAVAILABLE(ios, watchos, tvos);
 - (void)resume;
 - (void)invalidate;
 @end
