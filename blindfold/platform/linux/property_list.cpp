@@ -256,8 +256,7 @@ class PropertyListParser {
   }
 
   void readListTag() {
-    read("<");
-    require(readName() == "plist");
+    read("<plist");
     const auto version = readAttribute("version").value_or("");
     require(version.find('<') == std::string_view::npos);
     for (auto at = version.find('&'); at != std::string_view::npos;
@@ -320,7 +319,7 @@ class PropertyListParser {
 
   void readEndTag(std::string_view name) {
     read("</");
-    require(readName() == name);
+    read(name);
     readAfterWhiteSpace(">");
   }
 
