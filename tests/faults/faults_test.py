@@ -307,7 +307,8 @@ class HelperSubject:
         payload = bytes([len(selector)]) + selector + kind + argument
         with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as connection:
             connection.settimeout(seconds)
-            connection.connect(str(path))
+            with transport.short_path(path) as address:
+                connection.connect(address)
             connection.sendall(transport.frame(transport.REQUEST, payload))
             data = b""
             while transport.answer_to(data)[0] == "lost":

@@ -39,6 +39,11 @@ REQUESTS = {
     ("mute",): (["muteMic:"], transport.NO_ARGUMENT, b"", records.OPERATION_RESULT),
     ("unmute",): (["unmuteMic:"], transport.NO_ARGUMENT, b"", records.OPERATION_RESULT),
 }
+USAGE = (
+    b"usage: blindfoldctl "
+    b"[status|detect|hold-built-in|release|restore|renew <lease-id>|mute|unmute]\n"
+)
+RENEW_USAGE = b"usage: blindfoldctl renew <lease-id>\n"
 UNAVAILABLE = "Protection service is unavailable."
 TOO_LONG = "Protection service took too long to respond."
 ANY_LINE = object()  # in place of a failure's text that the decoder words
@@ -114,9 +119,10 @@ class Peer:
         ready, _, _ = select.select([self._listener, process_handle], [], [], seconds)
         return self._listener.accept() if self._listener in ready else None
 
-    def run(self, words, serve, seconds=10.0):
-        """Runs `words`. `serve(connection, selector, kind, argument, step)` answers each request."""
-        running = self.tool.start(words)
+    def run(self, words, serve, seconds=10.0, arguments=None):
+        """Runs `words`, or `arguments` that mean them. `serve(connection, selector, kind, argument,
+        step)` answers each request."""
+        running = self.tool.start(words if arguments is None else arguments)
         handle = os.pidfd_open(running.process.pid)
         try:
             for step in range(len(REQUESTS[words][0]) + 1):
@@ -131,10 +137,13 @@ class Peer:
             os.close(handle)
         return running.finish(seconds)
 
-    def play(self, words, streams, split=None, pause=0.0):
+    def play(self, words, streams, split=None, pause=0.0, arguments=None, lease=None):
         """Answers the requests of `words` by `streams`, each in the parts that `split` makes of it,
-        and compares the run with what the reading says."""
-        expected, arguments = expected_run(words, streams)
+        and compares the run with what the reading says. `arguments` may mean the same as `words`,
+        but for another `lease`."""
+        expected, sent = expected_run(words, streams)
+        if lease is not None:
+            sent = [lease]
         selectors, first_kind, _, _ = REQUESTS[words]
         requests = []
 
@@ -143,10 +152,10 @@ class Peer:
             parts = split(streams[step]) if split else [streams[step]]
             transport.send_in_parts(connection, parts, pause)
 
-        run = self.run(words, serve)
+        run = self.run(words, serve, arguments=arguments)
         compare(words, expected, run)
         kinds = [first_kind, transport.DATA]
-        wanted = list(zip(selectors, kinds, arguments))
+        wanted = list(zip(selectors, kinds, sent))
         if requests != wanted:
             raise Difference(f"{words}: expected the requests {wanted}, the tool sent {requests}")
 
@@ -202,6 +211,40 @@ def random_replies(peer, random_generator, options):
         except Difference as difference:
             raise Difference(f"reply {seed}: {difference}\nstreams: {streams}") from difference
     return count
+
+
+def random_arguments(peer, random_generator, options):
+    """Command lines of any bytes: a command with further words, a word that is nearly one, none."""
+    words = [command[0].encode("ascii") for command in REQUESTS]
+    pieces = [b"", b" ", b"-", b"--help", b"\xff", b"\xc3\xa9", b"\xed\xa0\x80", b"\xf0\x9f\x93",
+              b"\n", b"\x1b[31m", b"LEASE", b"x" * 100000]
+    for index in range(options.replies // 4):
+        own = random.Random(f"{options.seed}.arguments.{index}")
+        arguments = [own.choice(pieces + words) for _ in range(own.randrange(4))]
+        chance = own.random()
+        if chance < 0.6:
+            arguments.insert(0, own.choice(words))
+        elif chance < 0.8:
+            near = bytearray(own.choice(words))
+            near[own.randrange(len(near))] ^= own.choice((1, 0x20, 0x80))
+            arguments.insert(0, bytes(near).replace(b"\0", b"-"))
+        run_arguments(peer, arguments, replies.Replies(own))
+    return options.replies // 4
+
+
+def run_arguments(peer, arguments, generator):
+    """Compares a run of any arguments with what the command table says."""
+    word = arguments[0].decode("utf-8", "replace") if arguments else "status"
+    command = next((command for command in REQUESTS if command[0] == word), None)
+    if command is None:
+        compare(arguments, (64, b"", USAGE), peer.tool.start(arguments).finish(10.0))
+        return
+    if word == "renew" and len(arguments) < 2:
+        compare(arguments, (1, b"", RENEW_USAGE), peer.tool.start(arguments).finish(10.0))
+        return
+    # Bytes that are no UTF-8 are no text.
+    lease = arguments[1].decode("utf-8", "replace").encode("utf-8") if word == "renew" else None
+    peer.play(command, sound_streams(command, generator), arguments=arguments, lease=lease)
 
 
 def malformed_frames(peer, random_generator, options):
@@ -333,7 +376,7 @@ def silences(peer, random_generator, options):
     return len(cases)
 
 
-QUICK_PARTS = (random_replies, malformed_frames, cuts, trickles, floods)
+QUICK_PARTS = (random_replies, random_arguments, malformed_frames, cuts, trickles, floods)
 FULL_PARTS = QUICK_PARTS + (largest_frames, silences)
 
 

@@ -3,6 +3,7 @@
 Written from that page alone: nothing here is shared with the programs.
 """
 
+import contextlib
 import os
 import socket
 import struct
@@ -116,6 +117,16 @@ def flood(connection, data, seconds):
     return False
 
 
+@contextlib.contextmanager
+def short_path(path):
+    """Another path of the socket at `path`, which may be longer than an address takes."""
+    directory = os.open(path.parent, os.O_PATH | os.O_DIRECTORY)
+    try:
+        yield f"/proc/self/fd/{directory}/{path.name}"
+    finally:
+        os.close(directory)
+
+
 class Listener:
     """The service's socket."""
 
@@ -123,12 +134,8 @@ class Listener:
         self._path = path
         path.parent.mkdir(mode=0o700, parents=True, exist_ok=True)
         self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        # The directory's path may be longer than an address takes.
-        directory = os.open(path.parent, os.O_PATH | os.O_DIRECTORY)
-        try:
-            self._socket.bind(f"/proc/self/fd/{directory}/{path.name}")
-        finally:
-            os.close(directory)
+        with short_path(path) as address:
+            self._socket.bind(address)
         self._socket.listen(64)
 
     def fileno(self):
