@@ -65,7 +65,10 @@ if(BLINDFOLD_SHARED_LIBRARY)
     VERSION "${PROJECT_VERSION}" SOVERSION "${PROJECT_VERSION_MAJOR}")
   if(APPLE)
     set(exported "${PROJECT_SOURCE_DIR}/blindfold/library/exported_functions.txt")
-    target_link_options(blindfold_shared PRIVATE "LINKER:-exported_symbols_list,${exported}")
+    # The cross-compiler's linker has no such list; what is hidden stays so.
+    if(NOT CMAKE_CROSSCOMPILING)
+      target_link_options(blindfold_shared PRIVATE "LINKER:-exported_symbols_list,${exported}")
+    endif()
   else()
     set(exported "${PROJECT_SOURCE_DIR}/blindfold/library/exported_functions.map")
     target_link_options(blindfold_shared PRIVATE "LINKER:--version-script,${exported}"
