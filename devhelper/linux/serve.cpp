@@ -8,8 +8,8 @@
 #include "devhelper/development_helper.h"
 #include "devhelper/linux/helper_service.h"
 #include "devhelper/linux/service_listener.h"
-#include "devhelper/termination.h"
 #include "devhelper/messages.h"
+#include "devhelper/termination.h"
 
 namespace blindfold {
 

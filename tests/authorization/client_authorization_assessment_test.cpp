@@ -116,8 +116,7 @@ TEST(ClientAuthorizationAssessmentTest, EverythingIsReadAnewAtEachCall) {
 TEST(ClientAuthorizationAssessmentTest, AProgramLikeThisTestIsNoClient) {
   const auto assessment = clientAuthorizationAssessment(currentPlatform(), deploymentSettings());
   EXPECT_EQ(assessment.failure, executablePathMismatch);
-  EXPECT_EQ(assessment.identity.executablePath,
-            ownExecutablePath());
+  EXPECT_EQ(assessment.identity.executablePath, ownExecutablePath());
 }
 
 // Each platform call fails in turn: what it would have told is absent, and nothing else happens.
