@@ -21,10 +21,6 @@ using namespace std::chrono_literals;
 constexpr auto timeBeforeExit = 20ms;
 constexpr int requestingThreads = 4;
 
-/// The client of a service that nobody serves.
-const DeploymentValues unserved{.helperMachServiceName = "test.unserved",
-                                .helperInstallPath = developmentHelper};
-
 std::string statusOrFailure(HelperClient& client) {
   try {
     return syncWait(client.currentState()).mode;
@@ -33,10 +29,13 @@ std::string statusOrFailure(HelperClient& client) {
   }
 }
 
-/// Makes a request by the settings of this process, and one that takes a connection.
+/// Makes a request by the settings of this process, and one that takes a connection. Uses no static
+/// of the test's own.
 void makeRequests() {
   HelperClient client(/*skipClientAuthorizationPrecheck=*/false);
-  HelperClient connecting(/*skipClientAuthorizationPrecheck=*/true, unserved);
+  HelperClient connecting(/*skipClientAuthorizationPrecheck=*/true,
+                          DeploymentValues{.helperMachServiceName = "test.unserved",
+                                           .helperInstallPath = BLINDFOLD_DEVHELPER});
   std::printf("%s\n%s\n", statusOrFailure(client).c_str(), statusOrFailure(connecting).c_str());
 }
 

@@ -50,6 +50,13 @@ Task<void> nothing() {
 /// The client of a helper that the test plays.
 class RunTaskTest : public testing::Test {
  protected:
+  /// Ends the connections, which hold their handlers until then.
+  void TearDown() override {
+    for (const auto& connection : fake_.connections.takeConnections()) {
+      connection->deliverInvalidation();
+    }
+  }
+
   /// The connection of the request that was started last, once there is one.
   std::shared_ptr<FakeHelperConnection> waitForRequest() {
     const auto end = std::chrono::steady_clock::now() + deadline;
