@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -63,6 +64,15 @@ void waitUntilAsleep(pid_t pid) {
   }
 }
 
+/// The time that the process has spent on a processor (clock_getcpuclockid(3)).
+std::chrono::nanoseconds processorTime(pid_t pid) {
+  clockid_t clock{};
+  timespec time{};
+  EXPECT_EQ(clock_getcpuclockid(pid, &clock), 0);
+  EXPECT_EQ(clock_gettime(clock, &time), 0);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
 TEST_F(TerminationTest, EverySignalEndsItCleanly) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
     RunningHelper helper(service_.text());
@@ -104,6 +114,21 @@ TEST_F(TerminationTest, ASignalEndsItWhilePollFails) {
   const RawClient client(service_.text());  // wakes it up
   helper.program().sendSignal(SIGTERM);
   expectCleanEnd(helper.program());
+}
+
+TEST_F(TerminationTest, WhilePollFailsItRestsAndThenItServesAgain) {
+  RunningHelper helper(service_.text());
+  const pid_t pid = helper.program().pid();
+  rlimit before{};
+  ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, nullptr, &before), 0);
+  const rlimit none{.rlim_cur = 0, .rlim_max = before.rlim_max};
+  ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, &none, nullptr), 0);
+  RawClient client(service_.text());  // wakes it up
+  client.sendMessage(status);
+  std::this_thread::sleep_for(500ms);
+  EXPECT_LT(processorTime(pid), 250ms);
+  ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, &before, nullptr), 0);
+  EXPECT_TRUE(client.receiveFrame());
 }
 
 TEST_F(TerminationTest, ARecordWithoutAReaderEndsItWithStatus1) {

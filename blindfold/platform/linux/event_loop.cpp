@@ -31,6 +31,9 @@ using Clock = std::chrono::steady_clock;
 using Work = std::function<void()>;
 using Handler = std::function<void(short)>;
 
+/// The time between two calls of poll that fail.
+constexpr std::chrono::milliseconds pollFailurePause{10};
+
 /// The timeout of poll that ends no earlier than `deadline`, in milliseconds.
 int millisecondsUntil(Clock::time_point deadline) {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -338,6 +341,8 @@ void EventLoop::State::waitForDescriptors(Lock& lock) {
   isWaiting_ = true;
   lock.unlock();
   const int count = poll(polled.descriptors.data(), polled.descriptors.size(), timeout);
+  // It fails at once, again and again, for want of memory or of the right to so many descriptors.
+  if (count < 0 && errno != EINTR) std::this_thread::sleep_for(pollFailurePause);
   lock.lock();
   isWaiting_ = false;
   // After a failure, and a signal is one, nothing is known to be ready.
