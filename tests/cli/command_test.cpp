@@ -111,10 +111,18 @@ TEST_F(CommandTest, WithoutAnyArgumentTheStatusIsPrinted) {
   }
 }
 
-TEST_F(CommandTest, FurtherWordsBehindACommandAreIgnored) {
-  const CommandRun run = this->run({"blindfoldctl", "status", "mute", "--help"});
-  EXPECT_EQ(run.result.exitStatus, 0);
-  EXPECT_EQ(run.sent, "currentState:\n");
+TEST_F(CommandTest, FurtherWordsBehindAnyCommandAreIgnored) {
+  for (const char* word :
+       {"status", "detect", "hold-built-in", "release", "restore", "mute", "unmute"}) {
+    const CommandRun alone = run({"blindfoldctl", word});
+    for (const char* further : {"mute", "--help", "", "LEASE"}) {
+      const CommandRun followed = run({"blindfoldctl", word, further, "more"});
+      EXPECT_EQ(followed.result.exitStatus, 0) << word << ' ' << further;
+      EXPECT_EQ(followed.result.standardOutput, alone.result.standardOutput) << word;
+      EXPECT_EQ(followed.result.standardError, "") << word;
+      EXPECT_EQ(followed.sent, alone.sent) << word;
+    }
+  }
 }
 
 TEST_F(CommandTest, AnUnknownWordIsAnsweredByTheUsageAndTheHelperIsLeftAlone) {
@@ -194,6 +202,21 @@ TEST_F(CommandTest, AnUnsuccessfulResultIsPrintedAndTheStatusIsZero) {
   EXPECT_EQ(run.result.exitStatus, 0);
 }
 
+TEST_F(CommandTest, AnUnsuccessfulResultOfAnyCommandIsPrintedAndTheStatusIsZero) {
+  const Bytes refused = R"({"message":"No.","success":false})";
+  const Answers unsuccessful{
+      {HelperMethod::detectTargets, detected}, {HelperMethod::hold, refused},
+      {HelperMethod::renew, refused},          {HelperMethod::release, refused},
+      {HelperMethod::restoreAll, refused},     {HelperMethod::muteMic, refused},
+      {HelperMethod::unmuteMic, refused}};
+  for (const char* word : {"hold-built-in", "renew", "release", "restore", "mute", "unmute"}) {
+    const CommandRun run = this->run({"blindfoldctl", word, "LEASE"}, unsuccessful);
+    EXPECT_EQ(run.result.standardOutput, refused + "\n") << word;
+    EXPECT_EQ(run.result.standardError, "") << word;
+    EXPECT_EQ(run.result.exitStatus, 0) << word;
+  }
+}
+
 TEST_F(CommandTest, WithoutAnInstalledHelperEveryCommandSaysSo) {
   for (const char* word : {"status", "detect", "hold-built-in", "release", "restore", "mute"}) {
     const CommandRun run = this->run({"blindfoldctl", word}, helpful, /*installed=*/false);
@@ -211,6 +234,16 @@ TEST_F(CommandTest, ADetectionThatDoesNotDecodeSendsNoHold) {
   EXPECT_EQ(run.result.standardOutput, "");
   EXPECT_NE(run.result.standardError.find("resolvedTargets"), std::string::npos)
       << run.result.standardError;
+}
+
+TEST_F(CommandTest, TheNotesOfADetectionDoNotMatterToAHold) {
+  Bytes other = detected;
+  const Bytes notes = R"(["a note"])";
+  other.replace(other.find(notes), notes.size(), R"(["No camera.","error: true",""])");
+  const CommandRun run =
+      this->run({"blindfoldctl", "hold-built-in"},
+                {{HelperMethod::detectTargets, other}, {HelperMethod::hold, done}});
+  EXPECT_EQ(run.sent, this->run({"blindfoldctl", "hold-built-in"}).sent);
 }
 
 TEST_F(CommandTest, ADetectionThatAllowsNoHoldSendsNone) {

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdint>
+#include <limits>
+#include <map>
 #include <regex>
 #include <string>
 #include <vector>
@@ -14,9 +18,9 @@ namespace {
 
 CameraInfo camera(const std::string& id, CameraKind kind = CameraKind::builtIn) {
   return {.id = id,
-          .localizedName = "Front Camera",
-          .modelID = "MODEL-1",
-          .uniqueID = id,
+          .localizedName = "Front Camera " + id,
+          .modelID = "MODEL-" + id,
+          .uniqueID = "UNIQUE-" + id,
           .transportType = "builtIn",
           .isConnected = true,
           .isSuspended = false,
@@ -25,15 +29,16 @@ CameraInfo camera(const std::string& id, CameraKind kind = CameraKind::builtIn) 
           .isExperimental = false};
 }
 
-CameraInfo cameraInUse() {
-  CameraInfo result = camera("CAM");
+CameraInfo cameraInUse(const std::string& id = "CAM") {
+  CameraInfo result = camera(id);
   result.isInUseByAnotherApplication = true;
   return result;
 }
 
 TargetService target(const std::string& label, std::int64_t priority,
-                     std::optional<std::int64_t> pid) {
-  return {label, ServiceDomain::system, priority, pid, ControlMode::sigstop};
+                     std::optional<std::int64_t> pid, ServiceDomain domain = ServiceDomain::system,
+                     ControlMode controlMode = ControlMode::sigstop) {
+  return {label, domain, priority, pid, controlMode};
 }
 
 LaunchdServiceState state(const std::string& label, std::optional<std::int64_t> pid,
@@ -52,9 +57,10 @@ HoldRequest requestFor(const std::vector<TargetService>& targets,
 /// What the user would read, or "" when there is a request.
 std::string refusal(const std::vector<CameraInfo>& cameras,
                     const std::optional<std::string>& selectedCameraID,
-                    const std::vector<TargetService>& targets) {
+                    const std::vector<TargetService>& targets,
+                    const std::vector<LaunchdServiceState>& states = {}) {
   try {
-    makeBuiltInHoldRequest(cameras, selectedCameraID, targets, {});
+    makeBuiltInHoldRequest(cameras, selectedCameraID, targets, states);
     return "";
   } catch (const CLIError& error) {
     return error.errorDescription();
@@ -111,6 +117,45 @@ TEST(HoldSelectionTest, ACameraOfAnotherKindIsRefusedByTheNameOfItsKind) {
             "hold from the CLI.");
 }
 
+TEST(HoldSelectionTest, TheKindThatCountsIsTheSelectedCamerasWhereverItStands) {
+  const std::vector targets{target(daemonLabel, 0, 512)};
+  const std::vector cameras{camera("USB", CameraKind::externalUSB), camera("CAM"),
+                            camera("PHONE", CameraKind::continuity)};
+  EXPECT_EQ(refusal(cameras, "CAM", targets), "");
+  EXPECT_EQ(refusal(cameras, "USB", targets),
+            "Selected camera path is externalUSB. Blindfold only automates built-in Mac camera "
+            "hold from the CLI.");
+  EXPECT_EQ(refusal(cameras, "PHONE", targets),
+            "Selected camera path is continuity. Blindfold only automates built-in Mac camera "
+            "hold from the CLI.");
+}
+
+TEST(HoldSelectionTest, ACameraIsSelectedByItsIdAndByNoOtherText) {
+  for (const std::string other : {"UNIQUE-CAM", "MODEL-CAM", "Front Camera CAM", "builtIn"}) {
+    EXPECT_EQ(refusal({camera("CAM")}, other, {target(daemonLabel, 0, 512)}),
+              "No camera detected.");
+  }
+}
+
+TEST(HoldSelectionTest, ABuiltInCameraIsHeldWhateverElseItIs) {
+  CameraInfo selected = camera("CAM");
+  selected.isConnected = false;
+  selected.isSuspended = true;
+  selected.isExperimental = true;
+  EXPECT_FALSE(requestFor({target("x", 0, 1)}, selected).captureWasActiveAtRequestTime);
+}
+
+TEST(HoldSelectionTest, ADetectionThatAllowsNoHoldIsRefusedBeforeItsServicesAreLookedAt) {
+  const std::vector twice{state("twice", 1), state("twice", 2)};
+  const std::vector targets{target(daemonLabel, 0, 512)};
+  EXPECT_EQ(refusal({}, "CAM", targets, twice), "No camera detected.");
+  EXPECT_EQ(refusal({camera("CAM", CameraKind::unknown)}, "CAM", targets, twice),
+            "Selected camera path is unknown. Blindfold only automates built-in Mac camera hold "
+            "from the CLI.");
+  EXPECT_EQ(refusal({camera("CAM")}, "CAM", {}, twice),
+            "No built-in camera targets were resolved.");
+}
+
 TEST(HoldSelectionTest, WithoutTargetsThereIsNothingToHold) {
   EXPECT_EQ(refusal({camera("CAM")}, "CAM", {}), "No built-in camera targets were resolved.");
 }
@@ -148,6 +193,55 @@ TEST(CaptureActivityTest, AnyOneOfManyTargetsIsEnough) {
 TEST(CaptureActivityTest, ACameraInUseCountsWithoutARunningTarget) {
   EXPECT_TRUE(requestFor({target(daemonLabel, 0, std::nullopt)}, cameraInUse())
                   .captureWasActiveAtRequestTime);
+}
+
+TEST(CaptureActivityTest, TheUseThatCountsIsTheSelectedCameras) {
+  const std::vector idle{target(daemonLabel, 0, std::nullopt)};
+  EXPECT_FALSE(makeBuiltInHoldRequest({cameraInUse("FIRST"), camera("CAM"), cameraInUse("LAST")},
+                                      "CAM", idle, {})
+                   .captureWasActiveAtRequestTime);
+  EXPECT_TRUE(
+      makeBuiltInHoldRequest({camera("FIRST"), cameraInUse("CAM"), camera("LAST")}, "CAM", idle, {})
+          .captureWasActiveAtRequestTime);
+}
+
+TEST(CaptureActivityTest, AServiceWithAnyPidIsRunning) {
+  for (const std::int64_t pid :
+       {std::int64_t{0}, std::int64_t{-1}, std::int64_t{1},
+        std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
+    EXPECT_TRUE(requestFor({target(daemonLabel, 0, pid)}).captureWasActiveAtRequestTime) << pid;
+    EXPECT_TRUE(requestFor({target("client", 1, pid)}).captureWasActiveAtRequestTime) << pid;
+  }
+}
+
+TEST(CaptureActivityTest, NeitherDomainNorControlModeMatters) {
+  for (const auto domain : {ServiceDomain::system, ServiceDomain::gui}) {
+    for (const auto mode : {ControlMode::sigstop, ControlMode::sigtermDebug}) {
+      EXPECT_TRUE(
+          requestFor({target(daemonLabel, 0, 512, domain, mode)}).captureWasActiveAtRequestTime);
+      EXPECT_TRUE(
+          requestFor({target("client", 2, 512, domain, mode)}).captureWasActiveAtRequestTime);
+    }
+  }
+}
+
+TEST(CaptureActivityTest, ADaemonCountsWhereverItStands) {
+  EXPECT_TRUE(requestFor({target("x", 0, 1), target(daemonLabel, 0, std::nullopt),
+                          target("com.apple.appleh16camerad", 0, 2)})
+                  .captureWasActiveAtRequestTime);
+}
+
+TEST(CaptureActivityTest, TheConditionsOfOneTargetAreNotMetByTwo) {
+  EXPECT_FALSE(requestFor({target(daemonLabel, 0, std::nullopt), target("x", 0, 512),
+                           target(daemonLabel, -1, 512), target("y", 1, std::nullopt)})
+                   .captureWasActiveAtRequestTime);
+}
+
+TEST(CaptureActivityTest, ServicesThatAreNoTargetsDoNotCount) {
+  EXPECT_FALSE(makeBuiltInHoldRequest({camera("CAM")}, "CAM",
+                                      {target(daemonLabel, 0, std::nullopt)},
+                                      {state(daemonLabel, 512)})
+                   .captureWasActiveAtRequestTime);
 }
 
 // The labels.
@@ -188,6 +282,30 @@ TEST(CorrelationSnapshotTest, RunningServicesAreKeptByLabel) {
             (std::map<std::string, std::int64_t>{{"a", 1}, {"c", 0}}));
 }
 
+TEST(CorrelationSnapshotTest, AnyPidIsKeptAsItIs) {
+  EXPECT_EQ(makeCorrelationSnapshot(
+                {state("", -1), state("a", 0, ServiceDomain::gui),
+                 state("b", std::numeric_limits<std::int64_t>::min()),
+                 state("c", std::numeric_limits<std::int64_t>::max(), ServiceDomain::gui)}),
+            (std::map<std::string, std::int64_t>{{"", -1},
+                                                 {"a", 0},
+                                                 {"b", std::numeric_limits<std::int64_t>::min()},
+                                                 {"c", std::numeric_limits<std::int64_t>::max()}}));
+}
+
+TEST(CorrelationSnapshotTest, LabelsAreToldApartExactly) {
+  EXPECT_EQ(makeCorrelationSnapshot({state("a", 1), state("A", 2), state("a ", 3)}).size(), 3U);
+}
+
+TEST(CorrelationSnapshotTest, AnyTwoPidsOfOneLabelStopTheProcessTheSameOneToo) {
+  for (const std::int64_t pid : {5, 0, -1}) {
+    const ProgramResult result = runInChild([&] {
+      makeCorrelationSnapshot({state("twice", pid), state("b", 6), state("twice", pid)});
+    });
+    EXPECT_EQ(result.signal, SIGABRT) << pid;
+  }
+}
+
 TEST(CorrelationSnapshotTest, NothingRunningIsAnEmptySnapshot) {
   EXPECT_TRUE(makeCorrelationSnapshot({state("a", std::nullopt)}).empty());
   EXPECT_TRUE(makeCorrelationSnapshot({}).empty());
@@ -224,9 +342,17 @@ TEST(HoldSelectionTest, TheRequestNamesTheBuiltInCameraForThirtySeconds) {
   EXPECT_EQ(request.durationHint, 30.0);
 }
 
+TEST(HoldSelectionTest, TheRequestNamesTheSelectedCameraByItsId) {
+  const std::vector targets{target(daemonLabel, 0, 512)};
+  const std::vector cameras{camera("FIRST"), camera("CAM"), camera("LAST")};
+  EXPECT_EQ(makeBuiltInHoldRequest(cameras, "CAM", targets, {}).cameraID, "CAM");
+  EXPECT_EQ(makeBuiltInHoldRequest(cameras, "LAST", targets, {}).cameraID, "LAST");
+}
+
 TEST(HoldSelectionTest, TheRequestHasEveryTargetInTheOrderReceived) {
   const std::vector targets{target("z", 5, std::nullopt), target(daemonLabel, 0, 512),
-                            target("a", -3, 1), target("z", 5, std::nullopt)};
+                            target("a", -3, 0, ServiceDomain::gui, ControlMode::sigtermDebug),
+                            target("z", 5, std::nullopt)};
   EXPECT_EQ(requestFor(targets).targets, targets);
 }
 

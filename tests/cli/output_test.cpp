@@ -1,17 +1,23 @@
 #include "blindfold/cli/output.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
+#include <exception>
+#include <functional>
 #include <limits>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "blindfold/cli/cli_error.h"
 #include "blindfold/helperclient/helper_client_error.h"
 #include "blindfold/model/hold.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "tests/support/program.h"
 
 namespace blindfold {
@@ -97,6 +103,58 @@ TEST(ReportFailureTest, AnyOtherErrorIsDescribedByThePlatform) {
 TEST(ReportFailureTest, AHostileDescriptionStaysOneLineOfText) {
   const ProgramResult result = report(std::runtime_error("a\r\nb\x1b[31m\xff"));
   EXPECT_EQ(result.standardError, "a b\\u001b[31m\xef\xbf\xbd\n");
+}
+
+TEST(ReportFailureTest, ALongDescriptionIsWrittenWhole) {
+  for (const std::size_t size : {4096, 65'536, 2'000'000}) {
+    const std::string description(size, 'd');
+    EXPECT_EQ(report(std::runtime_error(description)).standardError, description + "\n") << size;
+  }
+}
+
+TEST(ReportFailureTest, ADescriptionOfManyLinesIsWrittenWholeAsOne) {
+  std::string lines;
+  std::string words;
+  for (int count = 0; count < 10'000; ++count) {
+    lines += "line\r\n";
+    words += count == 0 ? "line" : " line";
+  }
+  EXPECT_EQ(report(std::runtime_error(lines + "end")).standardError, words + " end\n");
+}
+
+/// The pieces in which `write` writes to the standard stream, each as one system call wrote it.
+std::vector<std::string> pieces(int stream, const std::function<void()>& write) {
+  // Reading from a socket of packets takes what one write has sent, no more and no less.
+  std::array<int, 2> ends{};
+  EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
+  const FileDescriptor reader(ends[0]);
+  FileDescriptor writer(ends[1]);
+  runInChild([&] {
+    dup2(writer.get(), stream);
+    write();
+  });
+  writer.reset();
+  std::vector<std::string> result;
+  std::array<char, 4096> buffer{};
+  for (;;) {
+    const ssize_t count = read(reader.get(), buffer.data(), buffer.size());
+    if (count <= 0) return result;
+    result.emplace_back(buffer.data(), static_cast<std::size_t>(count));
+  }
+}
+
+TEST(ReportFailureTest, AFailureIsWrittenInOnePiece) {
+  const std::string description(200, 'd');
+  EXPECT_EQ(pieces(STDERR_FILENO,
+                   [&] {
+                     reportFailureAndExit(std::make_exception_ptr(std::runtime_error(description)));
+                   }),
+            std::vector<std::string>{description + "\n"});
+}
+
+TEST(PrintLineTest, ALineIsWrittenInOnePiece) {
+  EXPECT_EQ(pieces(STDOUT_FILENO, [] { printLine("a line"); }),
+            std::vector<std::string>{"a line\n"});
 }
 
 }  // namespace

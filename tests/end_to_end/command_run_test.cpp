@@ -118,6 +118,40 @@ TEST_F(CommandRunTest, TheHelperHearsOneMessageACommandAndTwoForAHold) {
                 "unmuteMic:\tnone\t\n");
 }
 
+TEST_F(CommandRunTest, AHoldIsOfTheSelectedCameraAndTellsOfAllItsTargets) {
+  const auto camera = [](const std::string& id, const std::string& kind, const std::string& use) {
+    return R"({"id":")" + id + R"(","localizedName":"n","modelID":"m","uniqueID":"u",)" +
+           R"("transportType":"t","isConnected":true,"isSuspended":false,)" +
+           R"("isInUseByAnotherApplication":)" + use + R"(,"kind":")" + kind +
+           R"(","isExperimental":false})";
+  };
+  startHelper(R"(detectTargets: reply {"cameras":[)" + camera("USB", "externalUSB", "true") + "," +
+              camera("MAC", "builtIn", "false") + "," + camera("PHONE", "continuity", "true") +
+              R"(],"selectedCameraID":"MAC","notes":[],"resolvedTargets":[)"
+              R"({"label":"z","domain":"gui","priority":0,"pid":-1,"controlMode":"sigtermDebug"},)"
+              R"({"label":"a","domain":"system","priority":-1,"pid":0,"controlMode":"sigstop"}],)"
+              R"("serviceStates":[{"label":"z","domain":"gui","pid":-1},)"
+              R"({"label":"a","domain":"system","pid":0},{"label":"z","domain":"system"}]})"
+              "\nhold:withReply: reply {\"success\":false,\"message\":\"\"}\n");
+  expectPrinted(run({"hold-built-in", "and", "more"}), R"({"message":"","success":false})");
+  EXPECT_EQ(record(),
+            "detectTargets:\tnone\t\nhold:withReply:\tdata\t"
+            R"({"cameraID":"MAC","captureWasActiveAtRequestTime":false,)"
+            R"("correlationSnapshot":{"a":0,"z":-1},"durationHint":30,"kind":"builtIn",)"
+            R"("targets":[{"controlMode":"sigtermDebug","domain":"gui","label":"z","pid":-1,)"
+            R"("priority":0},{"controlMode":"sigstop","domain":"system","label":"a","pid":0,)"
+            R"("priority":-1}]})"
+            "\n");
+}
+
+TEST_F(CommandRunTest, EmptyAndUnusualValuesArePrintedAsTheyCame) {
+  const std::string state =
+      R"({"heldTargets":[{"controlMode":"sigtermDebug","domain":"gui","label":"a\u0000b","pid":-3}],)"
+      R"("lastRestoreReason":"","leaseID":"","micMuted":true,"mode":"","sourceCameraID":""})";
+  startHelper("currentState: reply " + state + "\n");
+  expectPrinted(run({"status"}), state);
+}
+
 TEST_F(CommandRunTest, ACameraOfAnotherKindIsNotHeld) {
   for (const std::string kind : {"externalUSB", "continuity", "unknown"}) {
     startHelper("", {"--kind", kind});

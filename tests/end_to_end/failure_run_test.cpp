@@ -93,6 +93,29 @@ TEST_F(FailureRunTest, AnErrorWithoutWordsIsAnEmptyLine) {
   expectFailure(run({"status"}), "");
 }
 
+TEST_F(FailureRunTest, ALongErrorIsReportedWhole) {
+  const std::string text(1'000'000, 'e');
+  startHelper("currentState: error " + text + "\n");
+  expectFailure(run({"status"}), text);
+}
+
+TEST_F(FailureRunTest, ANullInAListOfRecordsIsNoRecord) {
+  startHelper(R"(currentState: reply {"mode":"held","heldTargets":[null]})"
+              "\n");
+  const ProgramResult result = run({"status"});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.standardOutput, "");
+  EXPECT_NE(result.standardError.find("heldTargets[0]"), std::string::npos) << result.standardError;
+}
+
+TEST_F(FailureRunTest, ADetectionThatAllowsNoHoldIsRefusedBeforeItsServicesAreLookedAt) {
+  startHelper(
+      R"(detectTargets: reply {"cameras":[],"resolvedTargets":[],"notes":[],"serviceStates":[)"
+      R"({"label":"twice","domain":"system","pid":1},{"label":"twice","domain":"gui","pid":2}]})"
+      "\n");
+  expectFailure(run({"hold-built-in"}), "No camera detected.");
+}
+
 TEST_F(FailureRunTest, AHostileErrorStaysOneLine) {
   startHelper("currentState: error red \x1b[31m alert\n");
   expectFailure(run({"status"}), "red \\u001b[31m alert");

@@ -72,6 +72,15 @@ TEST_F(SystemCallTest, AHoldIsTwoConnectionsWithOneMessageEach) {
   EXPECT_EQ(count(calls, "sendto"), 2);
 }
 
+TEST_F(SystemCallTest, AFailureIsOneWrite) {
+  startHelper("currentState: error " + std::string(3000, 'e') + "\n");
+  runProgram({BLINDFOLD_STRACE, "-f", "-o", path("trace"), deployment().tool, "status"});
+  const std::string trace = readFile(path("trace"));
+  const auto call = trace.find("write(2");
+  EXPECT_NE(call, std::string::npos);
+  EXPECT_EQ(trace.find("write(", call + 1), std::string::npos);
+}
+
 TEST_F(SystemCallTest, AnUnknownWordIsAnsweredWithoutLookingForTheHelper) {
   const ProgramResult result =
       runProgram({BLINDFOLD_STRACE, "-f", "-o", path("trace"), deployment().tool, "fly"});

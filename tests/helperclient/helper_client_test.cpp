@@ -464,6 +464,25 @@ TEST_F(HelperClientTest, AReplyThatIsNotJSONIsTransportInTheDecodersWords) {
   }
 }
 
+TEST(DecodeDetectionResultTest, ReadsTheReplyOfADetection) {
+  const DetectionResult detection = decodeDetectionResult(
+      R"({"cameras":[],"notes":["a"],"resolvedTargets":[],"selectedCameraID":"","serviceStates":[]})");
+  EXPECT_EQ(detection.notes, std::vector<std::string>{"a"});
+  EXPECT_EQ(detection.selectedCameraID, "");
+}
+
+TEST(DecodeDetectionResultTest, AReplyThatDoesNotDecodeIsTransportInTheDecodersWords) {
+  for (const char* reply : {"", "not JSON", "[]", "null", R"({"cameras":[]})"}) {
+    try {
+      decodeDetectionResult(reply);
+      ADD_FAILURE() << reply;
+    } catch (const HelperClientError& error) {
+      EXPECT_EQ(error.errorCase(), Case::transport) << reply;
+      EXPECT_THROW(std::rethrow_exception(error.underlyingError()), DecodingError) << reply;
+    }
+  }
+}
+
 TEST_F(HelperClientTest, AnEmptyReplyIsTransport) {
   const auto ending = start(client_.restoreAll());
   connection().reply("");
