@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <string_view>
 #include <utility>
-#include <variant>
 
 #include "devhelper/messages.h"
 
@@ -15,19 +14,6 @@ namespace blindfold {
 namespace {
 
 constexpr mode_t newFileMode = 0666;
-
-struct RecordedArgument {
-  std::string_view kind;
-  std::string_view bytes;
-};
-
-RecordedArgument recorded(const MessageArgument& argument) {
-  if (const auto* data = std::get_if<DataArgument>(&argument)) return {"data", data->bytes};
-  const auto* text = std::get_if<TextArgument>(&argument);
-  if (text == nullptr) return {"none", {}};
-  if (!text->text) return {"absent", {}};
-  return {"text", *text->text};
-}
 
 void appendEscaped(std::string& line, std::string_view bytes) {
   for (const char byte : bytes) {
@@ -44,10 +30,9 @@ void appendEscaped(std::string& line, std::string_view bytes) {
 }  // namespace
 
 std::string recordLine(const HelperMessage& message) {
-  const auto [kind, bytes] = recorded(message.argument);
   std::string line(describe(message.method).selector);
-  line.append("\t").append(kind).append("\t");
-  appendEscaped(line, bytes);
+  line.append("\t").append(argumentForms[formOf(message.argument)].name).append("\t");
+  appendEscaped(line, bytesOf(message.argument));
   return line += '\n';
 }
 

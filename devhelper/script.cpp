@@ -20,24 +20,16 @@ namespace blindfold {
 namespace {
 
 constexpr std::string_view blanks = " \t";
-constexpr std::size_t readSize = std::size_t{256} * 1024;
 constexpr std::size_t nanosecondDigits = 9;
 
 /// The bytes of the file at `path`, which may be anything that can be read to an end. Throws
 /// `PlatformError` with a one-line text when it cannot be read or holds more than `maximumSize`.
 Bytes readFile(const std::string& path, std::size_t maximumSize) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file) throw systemFailure("cannot read " + quotedPath(path));
-  Bytes bytes;
-  std::vector<char> buffer(readSize);
-  for (;;) {
-    const ssize_t count = read(file.get(), buffer.data(), buffer.size());
-    if (count == 0) return bytes;
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw systemFailure("cannot read " + quotedPath(path));
-    bytes.append(buffer.data(), static_cast<std::size_t>(count));
-    if (bytes.size() > maximumSize) throw PlatformError(quotedPath(path) + " is too large");
-  }
+  auto bytes = file ? readToEnd(file, maximumSize) : std::nullopt;
+  if (bytes) return std::move(*bytes);
+  if (errno == EFBIG) throw PlatformError(quotedPath(path) + " is too large");
+  throw systemFailure("cannot read " + quotedPath(path));
 }
 
 /// The whole number that `text` writes in decimal digits, nothing else around them; `std::nullopt`

@@ -10,7 +10,6 @@
 
 namespace blindfold {
 namespace {
-
 std::string_view orEmpty(const std::optional<std::string>& text) {
   return text ? std::string_view(*text) : std::string_view();
 }
@@ -23,7 +22,6 @@ bool endsInOneOf(std::string_view path, const std::vector<std::string>& suffixes
   return std::any_of(suffixes.begin(), suffixes.end(),
                      [&](const auto& suffix) { return path.ends_with(suffix); });
 }
-
 }  // namespace
 
 ClientAuthorizationAssessment clientAuthorizationAssessment(const Platform& platform,
@@ -52,7 +50,7 @@ std::optional<FileURL> signingReferenceHelperURL(const FileManager& fileManager,
   return std::nullopt;
 }
 
-// The tests stand in their order; the first that decides ends the procedure.
+/// The first test that decides ends the procedure.
 ClientAuthorizationAssessment assessClientAuthorization(
     const ClientExecutionIdentity& identity,
     const std::optional<std::string>& expectedTeamIdentifier, const FileManager& fileManager,

@@ -1,6 +1,6 @@
 #include "blindfold/authorization/bundle_execution_context.h"
 
-#include "blindfold/platform/file_url_with_path.h"
+#include "blindfold/platform/file_url.h"
 
 namespace blindfold {
 

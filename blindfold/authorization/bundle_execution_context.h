@@ -19,7 +19,7 @@ struct BundleExecutionContext {
   /// The directory that holds the executable, whatever its name.
   FileURL macOSURL;
   FileURL executableURL;
-  /// What the bundle at `appURL` declares; no decision depends on it.
+  /// The identifier that the bundle at `appURL` declares. No decision depends on it.
   std::optional<std::string> bundleIdentifier;
   /// The executable's file name.
   std::string executableName;
@@ -27,9 +27,9 @@ struct BundleExecutionContext {
   bool operator==(const BundleExecutionContext&) const = default;
 };
 
-/// The context of the executable at `executablePath`, or nothing when the directory three levels up
-/// is not named *.app (in lower case). Only names are looked at, except that the bundle is opened
-/// for its identifier. Never fails.
+/// The context of the executable at `executablePath`; `std::nullopt` when the extension of the
+/// directory three levels up is not "app" (in lower case). Compares names only, then opens the
+/// bundle for its identifier. Never fails.
 std::optional<BundleExecutionContext> bundleExecutionContext(std::string_view executablePath,
                                                              const FileManager& fileManager,
                                                              const BundleProvider& bundles);

@@ -4,7 +4,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr std::uint64_t writableByGroupOrOthers = 022;
 
 bool isSecure(const FileURL& url, FileType requiredType, const FileManager& fileManager) {
@@ -14,7 +13,6 @@ bool isSecure(const FileURL& url, FileType requiredType, const FileManager& file
   if (!attributes->posixPermissions) return false;
   return (*attributes->posixPermissions & writableByGroupOrOthers) == 0;
 }
-
 }  // namespace
 
 bool hasSecureExecutablePath(const BundleExecutionContext& context,

@@ -5,11 +5,11 @@
 
 namespace blindfold {
 
-/// Whether the three directories and the executable of `context` are what they should be, and none
-/// of them a symbolic link or writable by its group or by others. Owners, other bits and the
-/// directories above the application do not matter. Reads each item once, now, from the
-/// application down to the executable, and stops at the first that fails; an item that cannot be
-/// read fails.
+/// Whether the three directories of `context` are directories and its executable is a regular file,
+/// none of them a symbolic link nor writable by its group or by others. Owners, other mode bits and
+/// the directories above the application do not count. Reads the attributes of each item once, from
+/// the application down to the executable, up to the first that fails; an item that cannot be read
+/// fails.
 bool hasSecureExecutablePath(const BundleExecutionContext& context, const FileManager& fileManager);
 
 }  // namespace blindfold

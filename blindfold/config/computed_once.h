@@ -6,22 +6,22 @@
 
 namespace blindfold {
 
-/// A value that is computed when it is first asked for, and kept. Any thread may ask: those that
-/// ask while it is being computed wait for it, those that ask later take no lock. Alone it makes no
-/// system call, as std::call_once does.
-template <typename Value>
+/// A value that is computed at its first use and kept. Any thread may call; calls during the
+/// computation wait for it, later ones take no lock. Without contention no call makes a system
+/// call, where std::call_once makes one (futex(2)) for each value that it computes.
+template <class Value>
 class ComputedOnce {
  public:
-  /// The value, which is what the first `compute` returned. A `compute` that throws leaves the
-  /// value to be computed by the next caller.
-  template <typename Compute>
+  /// The value, computed by `compute` if no call has returned yet. Where `compute` throws, the next
+  /// call computes the value.
+  template <class Compute>
   const Value& get(const Compute& compute) const {
     const Value* const computed = computed_.load(std::memory_order_acquire);
     return computed != nullptr ? *computed : computeOnce(compute);
   }
 
  private:
-  template <typename Compute>
+  template <class Compute>
   const Value& computeOnce(const Compute& compute) const {
     const std::lock_guard guard(lock_);
     if (!value_) value_.emplace(compute());
@@ -31,7 +31,7 @@ class ComputedOnce {
 
   mutable std::mutex lock_;
   mutable std::optional<Value> value_;
-  mutable std::atomic<const Value*> computed_ = nullptr;  // value_, once it is there
+  mutable std::atomic<const Value*> computed_ = nullptr;  ///< `value_`, once it is computed.
 };
 
 }  // namespace blindfold

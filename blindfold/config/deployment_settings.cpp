@@ -5,11 +5,10 @@
 #include <string_view>
 
 #include "blindfold/config/info_dictionary.h"
-#include "blindfold/platform/file_url_with_path.h"
+#include "blindfold/platform/file_url.h"
 
 namespace blindfold {
 namespace {
-
 struct TextSetting {
   std::string_view key;
   std::string_view defaultValue;
@@ -22,7 +21,7 @@ struct ListSetting {
   std::array<std::string_view, count> defaultValue;
 };
 
-// The settings: where each stands in the info dictionary, and what it is when nothing stands there.
+/// The settings: the key of each in the info dictionary, and its default.
 namespace setting {
 
 constexpr TextSetting helperLaunchdLabel{
@@ -30,7 +29,7 @@ constexpr TextSetting helperLaunchdLabel{
     .defaultValue = "app.blindfold.helper",
 };
 
-// Its default is the resolved label.
+/// Its default is the resolved label.
 constexpr std::string_view helperMachServiceNameKey = "BlindfoldHelperMachServiceName";
 
 constexpr TextSetting embeddedHelperExecutableName{
@@ -66,7 +65,6 @@ template <std::size_t count>
 std::vector<std::string> read(const Bundle& bundle, const ListSetting<count>& setting) {
   return readInfoStringList(bundle, setting.pluralKey, setting.singularKey, setting.defaultValue);
 }
-
 }  // namespace
 
 DeploymentSettings::DeploymentSettings(const Bundle& mainBundle, const FileManager& fileManager)

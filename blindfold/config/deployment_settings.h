@@ -35,7 +35,7 @@ class DeploymentSettings {
   /// The identifiers a client may have, in order.
   const std::vector<std::string>& authorizedAppBundleIdentifiers() const;
 
-  /// What a client's executable path may end in, in order.
+  /// The suffixes that the path of a client's executable may have, in order.
   const std::vector<std::string>& authorizedAppExecutableSuffixes() const;
 
   /// The installed helper's executable. A relative path in the info dictionary is taken from the

@@ -1,22 +1,39 @@
 #include "blindfold/config/info_dictionary.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <optional>
 #include <utility>
 #include <variant>
 
-#include "blindfold/config/white_space.h"
 #include "blindfold/platform/dictionary_value.h"
 
 namespace blindfold {
 namespace {
+/// The white-space and newline characters in UTF-8. No encoded character is the end of another, so
+/// comparing bytes at either end of a text finds whole characters only.
+constexpr std::array<std::string_view, 26> whiteSpaceCharacters{
+    " ",      "\t",     "\n",     "\v",     "\f",     "\r",     "\u0085", "\u00A0", "\u1680",
+    "\u2000", "\u2001", "\u2002", "\u2003", "\u2004", "\u2005", "\u2006", "\u2007", "\u2008",
+    "\u2009", "\u200A", "\u200B", "\u2028", "\u2029", "\u202F", "\u205F", "\u3000",
+};
 
-// The trimmed text, empty when the value is no text.
+/// The number of bytes of the white-space character that satisfies `matches`; 0 when none does.
+template <class Predicate>
+std::size_t sizeOfMatch(const Predicate& matches) {
+  const auto found =
+      std::find_if(whiteSpaceCharacters.begin(), whiteSpaceCharacters.end(), matches);
+  return found == whiteSpaceCharacters.end() ? 0 : found->size();
+}
+
+/// The trimmed text of `value`; empty when it is absent or not text.
 std::string trimmedText(const std::optional<DictionaryValue>& value) {
-  const auto* const text = value ? std::get_if<std::string>(&*value) : nullptr;
+  const std::string* const text = textOf(value);
   return text == nullptr ? std::string() : std::string(trimmingWhiteSpace(*text));
 }
 
-// The trimmed texts that are not empty; none when the value is no array of texts.
+/// The trimmed texts of `value` that are not empty; empty when it is not an array of texts.
 std::vector<std::string> trimmedTexts(const std::optional<DictionaryValue>& value) {
   const auto* const array = value ? std::get_if<ValueArray>(&*value) : nullptr;
   if (array == nullptr) return {};
@@ -29,8 +46,17 @@ std::vector<std::string> trimmedTexts(const std::optional<DictionaryValue>& valu
   }
   return texts;
 }
-
 }  // namespace
+
+std::string_view trimmingWhiteSpace(std::string_view text) {
+  while (const auto size = sizeOfMatch([&](auto each) { return text.starts_with(each); })) {
+    text.remove_prefix(size);
+  }
+  while (const auto size = sizeOfMatch([&](auto each) { return text.ends_with(each); })) {
+    text.remove_suffix(size);
+  }
+  return text;
+}
 
 std::string readInfoString(const Bundle& bundle, std::string_view key,
                            std::string_view defaultValue) {

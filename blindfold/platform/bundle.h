@@ -10,8 +10,9 @@
 
 namespace blindfold {
 
-/// A bundle: a directory, its info dictionary and its executable. Any thread may call; nothing
-/// throws. What a bundle answers is read afresh or never changes, as its platform has it.
+/// A bundle: a directory, its info dictionary and its executable. Any thread may call; no operation
+/// throws. The platform decides whether an answer is read anew or kept from when the bundle was
+/// opened.
 class Bundle {
  public:
   Bundle() = default;
@@ -19,20 +20,20 @@ class Bundle {
   Bundle& operator=(const Bundle&) = delete;
   virtual ~Bundle() = default;
 
-  /// The info dictionary's value under `key`, or nothing when it has none.
+  /// The info dictionary's value under `key`; `std::nullopt` when there is none.
   virtual std::optional<DictionaryValue> objectForInfoDictionaryKey(std::string_view key) const = 0;
 
   /// The bundle's directory.
   virtual FileURL bundleURL() const = 0;
 
-  /// The info dictionary's "CFBundleIdentifier", or nothing when it declares none.
+  /// The info dictionary's "CFBundleIdentifier"; `std::nullopt` when it declares none.
   virtual std::optional<std::string> bundleIdentifier() const = 0;
 
-  /// The bundle's executable, or nothing when it cannot be told.
+  /// The bundle's executable; `std::nullopt` when the platform reports none.
   virtual std::optional<FileURL> executableURL() const = 0;
 };
 
-/// Where bundles come from. Any thread may call.
+/// Opens bundles. Any thread may call.
 class BundleProvider {
  public:
   BundleProvider() = default;
@@ -40,10 +41,10 @@ class BundleProvider {
   BundleProvider& operator=(const BundleProvider&) = delete;
   virtual ~BundleProvider() = default;
 
-  /// The running program's own bundle, which lives as long as the process.
+  /// The running program's own bundle. Lives as long as this object.
   virtual const Bundle& mainBundle() const = 0;
 
-  /// The bundle at `url`, read now; null when there is no directory there that can be opened.
+  /// The bundle in the directory at `url`, owned by the caller; null when that cannot be opened.
   virtual std::unique_ptr<Bundle> bundleWithURL(const FileURL& url) const = 0;
 };
 

@@ -6,10 +6,10 @@
 
 namespace blindfold {
 
-/// What kind of item a path names; `other` is everything that this program never asks for.
+/// The type of an item; `other` is every type that this program never asks for.
 enum class FileType { regular, directory, symbolicLink, other };
 
-/// An item's attributes, each absent when the platform did not tell it.
+/// An item's attributes, each absent when the platform does not report it.
 struct FileAttributes {
   std::optional<FileType> type;
   std::optional<std::uint64_t> posixPermissions;
@@ -17,9 +17,9 @@ struct FileAttributes {
   bool operator==(const FileAttributes&) const = default;
 };
 
-/// The file system, as far as this program looks at it. It only reads. Any thread may call; no
-/// operation throws, and none keeps anything between calls. Paths are bytes in the file system's
-/// own representation; one that holds a NUL byte names nothing.
+/// Questions about the file system. Read-only. Any thread may call; no operation throws, and none
+/// caches. Paths are bytes in the file system's own representation; no item has one with a NUL
+/// byte.
 class FileManager {
  public:
   FileManager() = default;
@@ -31,11 +31,11 @@ class FileManager {
   /// that may be searched counts: the answer is the one of access(2) with X_OK.
   virtual bool isExecutableFile(const std::string& path) const = 0;
 
-  /// The attributes of the item at `path` itself (a symbolic link is not followed), or nothing
-  /// when they cannot be read.
+  /// The attributes of the item at `path` itself (a symbolic link is not followed);
+  /// `std::nullopt` when they cannot be read.
   virtual std::optional<FileAttributes> attributesOfItem(const std::string& path) const = 0;
 
-  /// The process's current directory, an absolute path; "/" when it cannot be told.
+  /// The process's current directory, an absolute path; "/" when it cannot be read.
   virtual std::string currentDirectoryPath() const = 0;
 };
 

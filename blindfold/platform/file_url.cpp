@@ -1,20 +1,20 @@
 #include "blindfold/platform/file_url.h"
 
+#include <cassert>
+
+#include "blindfold/platform/file_manager.h"
+
 namespace blindfold {
 namespace {
-
 std::string withoutTrailingSlashes(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
   return std::string(path);
 }
-
 }  // namespace
 
-FileURL::FileURL(std::string_view path, std::string_view currentDirectory)
-    : path_(path.starts_with('/') ? withoutTrailingSlashes(path)
-                                  : FileURL(currentDirectory).appendingPathComponent(path).path_) {}
-
-FileURL::FileURL(std::string_view absolutePath) : path_(withoutTrailingSlashes(absolutePath)) {}
+FileURL::FileURL(std::string_view absolutePath) : path_(withoutTrailingSlashes(absolutePath)) {
+  assert(absolutePath.starts_with('/'));
+}
 
 FileURL FileURL::appendingPathComponent(std::string_view component) const {
   std::string path = path_;
@@ -40,6 +40,11 @@ std::string_view FileURL::pathExtension() const {
   const auto stop = name.rfind('.');
   if (stop == std::string_view::npos || stop == 0) return {};
   return name.substr(stop + 1);
+}
+
+FileURL fileURLWithPath(std::string_view path, const FileManager& fileManager) {
+  if (path.starts_with('/')) return FileURL(path);
+  return FileURL(fileManager.currentDirectoryPath()).appendingPathComponent(path);
 }
 
 }  // namespace blindfold

@@ -5,32 +5,30 @@
 
 namespace blindfold {
 
-/// A place in the file system, as a file URL names it: an absolute path, taken apart and put
-/// together by components. A plain value; nothing here looks at the file system. Path bytes are
-/// kept as they are (no normalisation, no lossy conversion); only trailing slashes are dropped,
-/// except that of the root.
+class FileManager;
+
+/// A file URL: an absolute path, split and joined by components. A plain value; no operation looks
+/// at the file system. Path bytes are kept unchanged (no normalisation, no lossy conversion) but
+/// for trailing slashes, which are dropped except that of the root.
 class FileURL {
  public:
-  /// The URL of `path`. A path that does not begin with "/" is taken relative to
-  /// `currentDirectory`, which must be absolute.
-  FileURL(std::string_view path, std::string_view currentDirectory);
-
-  /// The URL of `absolutePath`, which must begin with "/".
+  /// `absolutePath` begins with "/".
   explicit FileURL(std::string_view absolutePath);
 
   const std::string& path() const { return path_; }
 
-  /// This URL with one more component.
+  /// This URL with `component` appended behind one slash.
   FileURL appendingPathComponent(std::string_view component) const;
 
   /// This URL without its last component; the root's parent is the root.
   FileURL deletingLastPathComponent() const;
 
-  /// What follows the last slash; "/" for the root.
+  /// The part after the last slash; "/" for the root. Points into this URL.
   std::string_view lastPathComponent() const;
 
-  /// What follows the last full stop of the last component, as it is spelled; empty when there is
-  /// none, when nothing follows it, or when it begins the name (".app" has no extension).
+  /// The part of the last component after its last full stop, in its own case; empty when there is
+  /// no full stop, nothing follows it, or it begins the name (".app" has no extension). Points into
+  /// this URL.
   std::string_view pathExtension() const;
 
   bool operator==(const FileURL&) const = default;
@@ -38,5 +36,9 @@ class FileURL {
  private:
   std::string path_;
 };
+
+/// The URL of `path`. A path that does not begin with "/" is relative to the current directory,
+/// which is read only then.
+FileURL fileURLWithPath(std::string_view path, const FileManager& fileManager);
 
 }  // namespace blindfold

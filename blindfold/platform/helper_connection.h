@@ -2,44 +2,12 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <variant>
 
 #include "blindfold/platform/helper_protocol.h"
 #include "blindfold/platform/platform_error.h"
 
 namespace blindfold {
-
-/// Raw bytes, JSON documents mostly. Not text: it may hold anything the other side sent.
-using Bytes = std::string;
-
-/// No argument beside the reply block.
-struct NoArgument {
-  bool operator==(const NoArgument&) const = default;
-};
-
-/// A byte buffer.
-struct DataArgument {
-  Bytes bytes;
-  bool operator==(const DataArgument&) const = default;
-};
-
-/// A text (UTF-8), or none where the method's text is optional.
-struct TextArgument {
-  std::optional<std::string> text;
-  bool operator==(const TextArgument&) const = default;
-};
-
-using MessageArgument = std::variant<NoArgument, DataArgument, TextArgument>;
-
-/// One call of one method. The argument's kind must be the one of the method's row.
-struct HelperMessage {
-  HelperMethod method;
-  MessageArgument argument;
-
-  bool operator==(const HelperMessage&) const = default;
-};
 
 /// Takes the reply's bytes. A reply without data is empty bytes.
 using ReplyHandler = std::function<void(Bytes)>;

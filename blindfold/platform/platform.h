@@ -9,8 +9,8 @@
 
 namespace blindfold {
 
-/// Everything that this program needs of an operating system, one member a facility. The objects
-/// behind the references outlive every user of them.
+/// The operating system as this program needs it, one member a facility. The objects outlive every
+/// user of them.
 struct Platform {
   const FileManager& fileManager;
   const BundleProvider& bundles;

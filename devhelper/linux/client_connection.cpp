@@ -23,10 +23,6 @@ constexpr std::size_t receiveSize = std::size_t{64} * 1024;
 static_assert(maximumAnswerSize == maximumFramePayload);
 static_assert(maximumTruncation == frameHeaderSize + maximumFramePayload);
 
-bool shouldTryAgain(int error) {
-  return error == EAGAIN || error == EINTR;
-}
-
 /// At most `size` bytes of `bytes`, after the first `offset`, as sendmsg(2) takes them.
 iovec part(std::string_view bytes, std::size_t offset, std::size_t size) {
   const auto rest = bytes.substr(std::min(offset, bytes.size()), size);

@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 using testing::Field;
 using testing::Optional;
 using Context = BundleExecutionContext;
@@ -88,6 +87,5 @@ TEST_F(BundleExecutionContextTest, ARelativePathIsTakenFromTheCurrentDirectory) 
   EXPECT_THAT(contextOf("X.app/Contents/MacOS/Blindfold"),
               Optional(Field(&Context::appURL, FileURL("/Applications/X.app"))));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -12,7 +12,6 @@
 
 namespace blindfold {
 namespace {
-
 using Assessment = ClientAuthorizationAssessment;
 using enum ClientAuthorizationMode;
 using enum ClientAuthorizationFailure;
@@ -22,8 +21,8 @@ const std::string app = "/Applications/Blindfold.app";
 const std::string embeddedHelper = app + "/Contents/Library/PrivilegedHelperTools/BlindfoldHelper";
 const std::string executable = app + "/Contents/MacOS/Blindfold";
 
-// A running program, signed by T1 as app.blindfold.mac in a bundle that looks right, and an
-// installed helper that T1 signed too.
+/// A running program, signed by T1 as app.blindfold.mac in a bundle that looks right, and an
+/// installed helper that T1 signed too.
 struct FakeMac {
   FakeMac() {
     bundles.main.dictionary = {{"CFBundleIdentifier", "app.blindfold.mac"}};
@@ -133,7 +132,7 @@ void PrintTo(const Fault& fault, std::ostream* stream) {
   *stream << fault.name;
 }
 
-// Which signature the client has where the one that is accepted would hide the fault.
+/// Which signature the client has where the one that is accepted would hide the fault.
 void signByOtherTeam(FakeMac& mac) {
   mac.signing.ownInformation = SigningInformation{"app.blindfold.mac", "T2"};
 }
@@ -250,6 +249,5 @@ TEST_F(SigningReferenceHelperURLTest, ItIsAbsentWhenNeitherCanBeExecuted) {
   EXPECT_EQ(url(), std::nullopt);
   EXPECT_EQ(mac_.files.executableQueries(), (std::vector{installedHelper, embeddedHelper}));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -12,7 +12,6 @@
 
 namespace blindfold {
 namespace {
-
 using Text = std::optional<std::string>;
 using Outcome = std::variant<ClientAuthorizationMode, ClientAuthorizationFailure>;
 using enum ClientAuthorizationMode;
@@ -73,7 +72,7 @@ bool teamsDiffer(const Situation& s) {
   return bothTeamsAreKnown(s) && s.helperTeam != s.clientTeam;
 }
 
-// The path is right, and the signature neither accepts nor refuses.
+/// The path is right, and the signature neither accepts nor refuses.
 bool dependsOnBundle(const Situation& s) {
   return hasAuthorizedPath(s) && !bothTeamsAreKnown(s) && !isListed(s.signing);
 }
@@ -91,8 +90,8 @@ bool bundleIsAuthorized(const Situation& s) {
          isListed(s.bundle);
 }
 
-// One complete condition per outcome: together they leave no situation out, and no two of them hold
-// at once, so their order says nothing.
+/// One complete condition per outcome: together they leave no situation out, and no two of them
+/// hold at once, so their order says nothing.
 struct Rule {
   Outcome outcome;
   bool (*holds)(const Situation&);
@@ -232,6 +231,5 @@ TEST(ClientAuthorizationExhaustiveTest, EverySituationEndsAsTheRulesSay) {
     }
   }
 }
-
 }  // namespace
 }  // namespace blindfold

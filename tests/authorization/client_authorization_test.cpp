@@ -6,7 +6,6 @@
 
 namespace blindfold {
 namespace {
-
 using Assessment = ClientAuthorizationAssessment;
 using enum ClientAuthorizationMode;
 using enum ClientAuthorizationFailure;
@@ -231,6 +230,5 @@ TEST_F(ClientAuthorizationTest, TheListsOfTheSettingsAreUsed) {
   client_.identity.signingIdentifier = "app.blindfold.mac";
   expectRefused(signingIdentifierMismatch);
 }
-
 }  // namespace
 }  // namespace blindfold

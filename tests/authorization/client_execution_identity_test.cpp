@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 class ClientExecutionIdentityTest : public testing::Test {
  protected:
   ClientExecutionIdentityTest() {
@@ -93,6 +92,5 @@ TEST(CodeSigningIdentifiersTest, AValueThatIsNoTextIsAbsentAndLeavesTheOtherAlon
                 SigningInformation{.identifier = "app", .teamIdentifier = ValueArray{"T1"}}),
             (CodeSigningIdentifiers{.signingIdentifier = "app", .teamIdentifier = {}}));
 }
-
 }  // namespace
 }  // namespace blindfold

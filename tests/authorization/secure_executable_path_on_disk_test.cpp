@@ -23,7 +23,6 @@
 
 namespace blindfold {
 namespace {
-
 namespace fs = std::filesystem;
 
 void require(int result, const char* what) {
@@ -34,8 +33,8 @@ void setMode(const std::string& path, mode_t mode) {
   require(chmod(path.c_str(), mode), "chmod");
 }
 
-// While it lives, a process of the superuser's looks at files with the rights of nobody; another
-// process keeps its own.
+/// While it lives, a process of the superuser's looks at files with the rights of nobody; another
+/// process keeps its own.
 class WithoutPrivileges {
  public:
   static constexpr uid_t nobody = 65534;
@@ -53,7 +52,7 @@ class WithoutPrivileges {
   const bool isSuperuser_ = geteuid() == 0;
 };
 
-// A client's bundle with all items of mode 0755.
+/// A client's bundle with all items of mode 0755.
 class BundleOnDisk {
  public:
   BundleOnDisk() {
@@ -214,7 +213,7 @@ TEST_F(SecureExecutablePathOnDiskTest, AnotherOwnerDoesNotMatter) {
   EXPECT_TRUE(bundle_.isSecure());
 }
 
-// The whole assessment of a client that lies in that bundle and has no signature.
+/// The whole assessment of a client that lies in that bundle and has no signature.
 TEST_F(SecureExecutablePathOnDiskTest, TheAssessmentFollowsTheFiles) {
   const LinuxFileManager files;
   const FakeCodeSigning signing;
@@ -235,6 +234,5 @@ TEST_F(SecureExecutablePathOnDiskTest, TheAssessmentFollowsTheFiles) {
   setMode(bundle_.items[1], 0700);
   EXPECT_EQ(clientAuthorizationAssessment(platform, settings).mode, adHocBundleIdentity);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -12,8 +12,7 @@
 
 namespace blindfold {
 namespace {
-
-// The items in the order of their examination.
+/// The items in the order of their examination.
 const std::array<std::string, 4> items{
     "/X.app",
     "/X.app/Contents",
@@ -112,6 +111,5 @@ TEST_P(SecureExecutablePathTest, BitsAboveTheSixteenthDoNotMatter) {
   attributesOfTheItem().posixPermissions = 0xFFFF'FFFF'FFFF'0000 | 0775;
   EXPECT_FALSE(isSecure());
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -56,6 +56,5 @@ TEST_F(BundleWithValuesTest, TheBundlesPlaceAndIdentityAreItsOwn) {
   EXPECT_EQ(bundle.executableURL(), bundle_.executable);
   EXPECT_EQ(bundle.bundleIdentifier(), "app.example");
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(ComputedOnceTest, TheFirstValueIsKept) {
   const ComputedOnce<std::string> value;
   EXPECT_EQ(value.get([] { return "first"; }), "first");
@@ -45,6 +44,5 @@ TEST(ComputedOnceTest, ThreadsThatAskAtOnceShareOneComputation) {
     ASSERT_EQ(*seen.front(), "value");
   }
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -12,7 +12,6 @@
 
 namespace blindfold {
 namespace {
-
 /// Settings keep references to both, so that temporaries would be gone when a setting is read.
 static_assert(
     std::is_constructible_v<DeploymentSettings, const FakeBundle&, const FakeFileManager&>);
@@ -163,6 +162,5 @@ TEST(EmbeddedHelperDirectoryURLTest, ItFollowsTheBundleAtEveryCall) {
   EXPECT_EQ(embeddedHelperDirectoryURL(bundle),
             FileURL("/two/Contents/Library/PrivilegedHelperTools"));
 }
-
 }  // namespace
 }  // namespace blindfold

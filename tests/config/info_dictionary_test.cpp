@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 using Strings = std::vector<std::string>;
 
 std::string readString(const DictionaryValue& value) {
@@ -94,6 +93,5 @@ TEST(ReadInfoStringListTest, TheSingularKeyIsNotReadWhenThePluralOneYieldsAnythi
   readInfoStringList(bundle, "Keys", "Key", {});
   EXPECT_EQ(bundle.askedKeys(), Strings{"Keys"});
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -1,4 +1,4 @@
-#include "blindfold/config/white_space.h"
+#include "blindfold/config/info_dictionary.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 std::string utf8(unsigned codePoint) {
   const auto byte = [](unsigned value) { return static_cast<char>(value); };
   if (codePoint < 0x80) return {byte(codePoint)};
@@ -63,6 +62,5 @@ TEST(WhiteSpaceTest, AMegabyteOfWhiteSpaceIsTrimmed) {
   for (int count = 0; count < 170'000; ++count) text += "\u3000";
   EXPECT_EQ(trimmingWhiteSpace(text + "x" + text), "x");
 }
-
 }  // namespace
 }  // namespace blindfold

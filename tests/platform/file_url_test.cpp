@@ -2,16 +2,30 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/fake_file_manager.h"
+
 namespace blindfold {
 namespace {
-
 TEST(FileURLTest, AnAbsolutePathIsKeptAsItIs) {
-  EXPECT_EQ(FileURL("/a//b/../c", "/elsewhere").path(), "/a//b/../c");
+  EXPECT_EQ(FileURL("/a//b/../c").path(), "/a//b/../c");
 }
 
-TEST(FileURLTest, ARelativePathIsTakenFromTheCurrentDirectory) {
-  EXPECT_EQ(FileURL("helper", "/current").path(), "/current/helper");
-  EXPECT_EQ(FileURL("helper", "/").path(), "/helper");
+TEST(FileURLTest, ARelativePathStopsADebugBuild) {
+  EXPECT_DEBUG_DEATH(FileURL("a/b"), "starts_with");
+  EXPECT_DEBUG_DEATH(FileURL(""), "starts_with");
+}
+
+TEST(FileURLWithPathTest, ARelativePathIsTakenFromTheCurrentDirectory) {
+  FakeFileManager files;
+  EXPECT_EQ(fileURLWithPath("helper", files).path(), "/current/helper");
+  files.currentDirectory = "/";
+  EXPECT_EQ(fileURLWithPath("a/helper", files).path(), "/a/helper");
+}
+
+TEST(FileURLWithPathTest, AnAbsolutePathNeedsNoCurrentDirectory) {
+  const FakeFileManager files;
+  EXPECT_EQ(fileURLWithPath("/a/helper", files).path(), "/a/helper");
+  EXPECT_EQ(files.currentDirectoryQueries(), 0);
 }
 
 TEST(FileURLTest, TrailingSlashesAreDropped) {
@@ -42,6 +56,5 @@ TEST(FileURLTest, TheExtensionFollowsTheLastFullStopOfTheName) {
   EXPECT_EQ(FileURL("/.app").pathExtension(), "");
   EXPECT_EQ(FileURL("/Blindfold.").pathExtension(), "");
 }
-
 }  // namespace
 }  // namespace blindfold

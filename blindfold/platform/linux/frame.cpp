@@ -1,27 +1,20 @@
 #include "blindfold/platform/linux/frame.h"
 
 #include <algorithm>
-#include <array>
+#include <cassert>
 #include <utility>
-
-#include "blindfold/platform/linux/frame_fault.h"
 
 namespace blindfold {
 namespace {
-
 constexpr std::string_view frameMark = "BLFD";
 constexpr char frameVersion = 1;
 constexpr std::string_view reservedBytes{"\0\0", 2};
 
-// Where the header's fields begin.
+/// The offsets of the header's fields.
 constexpr std::size_t versionOffset = 4;
 constexpr std::size_t kindOffset = 5;
 constexpr std::size_t reservedOffset = 6;
 constexpr std::size_t lengthOffset = 8;
-
-// How a request names the kind of its argument. An absent text is a kind of its own, so that it is
-// not mistaken for an empty one.
-enum class WireArgument : std::uint8_t { none = 0, data = 1, text = 2, absent = 3 };
 
 void appendLength(Bytes& bytes, std::size_t length) {
   for (const int shift : {24, 16, 8, 0}) {
@@ -42,47 +35,27 @@ std::optional<FrameKind> frameKind(char byte) {
   return std::nullopt;
 }
 
-WireArgument wireKind(const MessageArgument& argument) {
-  if (std::holds_alternative<DataArgument>(argument)) return WireArgument::data;
-  const auto* text = std::get_if<TextArgument>(&argument);
-  if (text == nullptr) return WireArgument::none;
-  return text->text ? WireArgument::text : WireArgument::absent;
+/// The form that `byte` names; `std::nullopt` when it names none.
+std::optional<ArgumentForm> argumentForm(char byte) {
+  const auto value = static_cast<unsigned char>(byte);
+  if (value >= argumentForms.size()) return std::nullopt;
+  return static_cast<ArgumentForm>(value);
 }
 
-std::string_view wireBytes(const MessageArgument& argument) {
-  if (const auto* data = std::get_if<DataArgument>(&argument)) return data->bytes;
-  const auto* text = std::get_if<TextArgument>(&argument);
-  return text != nullptr && text->text ? std::string_view(*text->text) : std::string_view();
-}
-
-ArgumentKind argumentKind(WireArgument kind) {
-  switch (kind) {
-    case WireArgument::none:
-      return ArgumentKind::none;
-    case WireArgument::data:
-      return ArgumentKind::data;
-    case WireArgument::text:
-    case WireArgument::absent:
-      break;
-  }
-  return ArgumentKind::text;
-}
-
-MessageArgument decodeArgument(WireArgument kind, std::string_view bytes) {
-  switch (kind) {
-    case WireArgument::data:
+MessageArgument decodeArgument(ArgumentForm form, std::string_view bytes) {
+  switch (form) {
+    case ArgumentForm::data:
       return DataArgument{Bytes(bytes)};
-    case WireArgument::text:
+    case ArgumentForm::text:
       return TextArgument{std::string(bytes)};
-    case WireArgument::none:
-    case WireArgument::absent:
+    case ArgumentForm::none:
+    case ArgumentForm::absent:
       break;
   }
   if (!bytes.empty()) throw platformError(FrameFault::bytesWithoutArgument);
-  if (kind == WireArgument::none) return NoArgument{};
+  if (form == ArgumentForm::none) return NoArgument{};
   return TextArgument{};
 }
-
 }  // namespace
 
 Bytes encodeFrameHeader(FrameKind kind, std::size_t payloadSize) {
@@ -103,12 +76,14 @@ Bytes encodeFrame(const Frame& frame) {
 }
 
 Bytes encodeMessage(const HelperMessage& message) {
-  const std::string_view selector = describe(message.method).selector;
+  const HelperMethodDescription& method = describe(message.method);
+  const ArgumentForm form = formOf(message.argument);
+  assert(argumentForms[form].kind == method.argument);
   Bytes payload;
-  payload += static_cast<char>(selector.size());
-  payload += selector;
-  payload += static_cast<char>(wireKind(message.argument));
-  payload += wireBytes(message.argument);
+  payload += static_cast<char>(method.selector.size());
+  payload += method.selector;
+  payload += static_cast<char>(form);
+  payload += bytesOf(message.argument);
   return payload;
 }
 
@@ -121,17 +96,17 @@ HelperMessage decodeMessage(std::string_view payload) {
   if (!method) throw platformError(FrameFault::unknownSelector);
   payload.remove_prefix(selectorSize);
   if (payload.empty()) throw platformError(FrameFault::argumentKindMissing);
-  const auto kind = static_cast<WireArgument>(payload.front());
-  if (kind > WireArgument::absent) throw platformError(FrameFault::unknownArgumentKind);
-  if (argumentKind(kind) != describe(*method).argument) {
+  const auto form = argumentForm(payload.front());
+  if (!form) throw platformError(FrameFault::unknownArgumentKind);
+  if (argumentForms[*form].kind != describe(*method).argument) {
     throw platformError(FrameFault::argumentDoesNotFit);
   }
   payload.remove_prefix(1);
-  return {*method, decodeArgument(kind, payload)};
+  return {*method, decodeArgument(*form, payload)};
 }
 
 void FrameReader::append(std::string_view bytes) {
-  // No byte is moved to the front more often than it is overtaken by one that leaves.
+  // At least as many bytes are dropped as are moved, so the whole takes linear time.
   if (taken_ >= arrived_.size() - taken_) {
     arrived_.erase(0, taken_);
     taken_ = 0;

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <optional>
 #include <string>
@@ -13,36 +12,30 @@
 #include <utility>
 #include <variant>
 
-#include "blindfold/platform/linux/linked_property_list.h"
 #include "blindfold/platform/linux/property_list.h"
 #include "blindfold/platform/posix/file_descriptor.h"
 
-namespace blindfold {
-namespace {
-
-constexpr std::size_t readBufferSize = std::size_t{16} * 1024;
-
-// The contents of the regular file, or nothing when it is none, cannot be read or is too long.
-// Never waits: a FIFO without a writer opens at once and is turned away.
-std::optional<std::string> readInfoFile(int bundleDirectory) {
-  const FileDescriptor file(
-      openat(bundleDirectory, "Contents/Info.plist", O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  struct stat status{};
-  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  std::string contents;
-  while (contents.size() <= maximumInfoFileSize) {
-    std::array<char, readBufferSize> buffer;
-    const ssize_t count = read(file.get(), buffer.data(), buffer.size());
-    if (count == 0) return contents;
-    if (count > 0) contents.append(buffer.data(), static_cast<std::size_t>(count));
-    if (count < 0 && errno != EINTR) return std::nullopt;
-  }
-  return std::nullopt;
+/// The symbols of cmake/information_property_list.cpp.in. Without it they are null.
+extern "C" {
+[[gnu::weak]] extern const char blindfoldInformationPropertyList[];
+[[gnu::weak]] extern const char blindfoldInformationPropertyListEnd[];
 }
 
-// What the Contents/Info.plist of the bundle in `directory` declares.
+namespace blindfold {
+namespace {
+/// The contents of the bundle's information property list; `std::nullopt` when it is no regular
+/// file, cannot be read or is too long. Never waits: a FIFO without a writer opens at once.
+std::optional<std::string> readInfoFile(const FileDescriptor& bundleDirectory) {
+  const FileDescriptor file(openat(bundleDirectory.get(), "Contents/Info.plist",
+                                   O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status{};
+  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return readToEnd(file, maximumInfoFileSize);
+}
+
+/// The info dictionary of the bundle in `directory`; empty when it has no readable list.
 InfoDictionary readInfoDictionary(const FileDescriptor& directory) {
-  const auto contents = readInfoFile(directory.get());
+  const auto contents = readInfoFile(directory);
   return contents ? parsePropertyList(*contents) : InfoDictionary();
 }
 
@@ -50,7 +43,7 @@ FileDescriptor openDirectory(const FileURL& url) {
   return FileDescriptor(open(url.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-// Everything that a bundle answers out of its info dictionary.
+/// The answers that come from the info dictionary.
 class InfoBundle : public Bundle {
  public:
   std::optional<DictionaryValue> objectForInfoDictionaryKey(std::string_view key) const override {
@@ -129,8 +122,13 @@ class DirectoryBundle final : public InfoBundle {
   const FileURL url_;
   const InfoDictionary infoDictionary_;
 };
-
 }  // namespace
+
+std::string_view linkedPropertyList() {
+  const char* const begin = blindfoldInformationPropertyList;
+  const char* const end = blindfoldInformationPropertyListEnd;
+  return {begin, static_cast<std::size_t>(end - begin)};
+}
 
 FileURL bundleURLOfExecutable(const FileURL& executableURL) {
   const FileURL directory = executableURL.deletingLastPathComponent();

@@ -8,8 +8,7 @@
 
 namespace blindfold {
 namespace {
-
-// The permission bits, with the set-id bits and the sticky bit.
+/// The permission bits, with the set-id bits and the sticky bit.
 constexpr mode_t permissionMask = 07777;
 
 bool canNameAnItem(const std::string& path) {
@@ -22,7 +21,6 @@ FileType fileType(mode_t mode) {
   if (S_ISLNK(mode)) return FileType::symbolicLink;
   return FileType::other;
 }
-
 }  // namespace
 
 bool LinuxFileManager::isExecutableFile(const std::string& path) const {

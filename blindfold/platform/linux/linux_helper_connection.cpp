@@ -16,27 +16,25 @@
 #include <variant>
 
 #include "blindfold/platform/linux/frame.h"
-#include "blindfold/platform/linux/frame_fault.h"
 #include "blindfold/platform/linux/service_socket.h"
 #include "blindfold/platform/posix/file_descriptor.h"
 #include "blindfold/text/utf8.h"
 
 namespace blindfold {
 namespace {
-
 /// The delay before the next attempt to connect to a socket whose queue of connections is full.
 constexpr auto connectionRetryDelay = std::chrono::milliseconds(10);
 
 constexpr std::size_t receiveBufferSize = std::size_t{64} * 1024;
 
-// The standard streams may be closed; a socket must not take the place of one of them.
+/// The standard streams may be closed; a socket must not take the place of one of them.
 FileDescriptor openSocket() {
   FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (!socket || socket.get() > STDERR_FILENO) return socket;
   return FileDescriptor(fcntl(socket.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-// The helper must be run by root or by whoever runs this program.
+/// Whether the helper is run by root or by the user of this program.
 bool peerIsTrusted(int socket) {
   ucred peer{};
   socklen_t size = sizeof peer;
@@ -44,18 +42,14 @@ bool peerIsTrusted(int socket) {
   return peer.uid == 0 || peer.uid == geteuid();
 }
 
-bool shouldTryAgain(int error) {
-  return error == EAGAIN || error == EINTR;
-}
-
-// What ends a call: the reply's bytes, or an error in their place.
+/// The end of a call: the reply's bytes, or the error in their place.
 using Answer = std::variant<Bytes, PlatformError>;
 
 bool isErrorText(std::string_view bytes) {
   return isValidUTF8(bytes, [](char32_t scalar) { return scalar != 0; });
 }
 
-// Throws `PlatformError` when the frame is no answer.
+/// Throws `PlatformError` when the frame is no answer.
 Answer answerIn(Frame frame) {
   switch (frame.kind) {
     case FrameKind::reply:
@@ -128,12 +122,12 @@ class LinuxHelperConnection final : public HelperConnection,
   bool hasMessage_ = false;
 
   std::shared_ptr<WorkItem> nextTry_;
-  FileDescriptor socket_;     // from `resume` until nothing more can come
-  bool isConnected_ = false;  // the peer is there and trusted
+  FileDescriptor socket_;     ///< From `resume` until the connection ends.
+  bool isConnected_ = false;  ///< To a peer that is trusted.
   Bytes outgoing_;
-  std::size_t written_ = 0;  // of outgoing_
+  std::size_t written_ = 0;  ///< Of `outgoing_`.
   FrameReader reader_;
-  ReplyHandler replyHandler_;  // while the message's answer is outstanding
+  ReplyHandler replyHandler_;  ///< While the message's answer is outstanding.
   ProxyErrorHandler errorHandler_;
 };
 
@@ -190,7 +184,7 @@ void LinuxHelperConnection::send(const HelperMessage& message, ReplyHandler repl
             errorHandler = std::move(errorHandler)](LinuxHelperConnection& self) mutable {
     assert(!self.hasMessage_ && "a connection carries one message");
     self.hasMessage_ = true;
-    if (!self.socket_) return;  // nobody will answer, and a handler that says so has its turn
+    if (!self.socket_) return;  // A handler reports the end of the connection.
     self.outgoing_ = std::move(frame);
     self.replyHandler_ = std::move(reply);
     self.errorHandler_ = std::move(errorHandler);
@@ -198,7 +192,7 @@ void LinuxHelperConnection::send(const HelperMessage& message, ReplyHandler repl
   });
 }
 
-// Writes what the socket takes, and waits for room for the rest and for what the helper says.
+/// Writes what the socket takes, and waits for room for the rest and for what the helper says.
 void LinuxHelperConnection::transmit() {
   const std::string_view rest = std::string_view(outgoing_).substr(written_);
   if (!rest.empty()) {
@@ -229,7 +223,7 @@ void LinuxHelperConnection::receive() {
   std::array<char, receiveBufferSize> buffer;
   const ssize_t count = recv(socket_.get(), buffer.data(), buffer.size(), 0);
   if (count < 0 && shouldTryAgain(errno)) return;
-  // The end of the stream, or bytes that answer nothing.
+  // The end of the stream, or bytes where no answer is outstanding.
   if (count <= 0 || !replyHandler_) return becomeInterrupted();
   reader_.append({buffer.data(), static_cast<std::size_t>(count)});
   auto answer = nextAnswer();
@@ -263,7 +257,7 @@ void LinuxHelperConnection::becomeInterrupted() {
   if (handler) handler();
 }
 
-// The caller may hold a lock that the handler takes, so the handler waits for the loop.
+/// The caller may hold a lock that the handler takes, so the handler waits for the loop.
 void LinuxHelperConnection::becomeInvalid() {
   if (std::exchange(isInvalid_, true)) return;
   closeSocket();
@@ -272,7 +266,7 @@ void LinuxHelperConnection::becomeInvalid() {
   });
 }
 
-// Runs the invalidation handler and lets go of every handler.
+/// Runs the invalidation handler and destroys every handler.
 void LinuxHelperConnection::finish() {
   const auto invalidationHandler = std::exchange(invalidationHandler_, nullptr);
   const auto interruptionHandler = std::exchange(interruptionHandler_, nullptr);
@@ -287,7 +281,6 @@ void LinuxHelperConnection::closeSocket() {
   socket_.reset();
   isConnected_ = false;
 }
-
 }  // namespace
 
 std::shared_ptr<HelperConnection> LinuxHelperConnectionProvider::makePrivilegedConnection(

@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 struct LinuxPlatform {
   LinuxFileManager fileManager;
   LinuxBundleProvider bundles;
@@ -18,7 +17,6 @@ struct LinuxPlatform {
   LinuxHelperConnectionProvider helperConnections{loop};
   const Platform platform{fileManager, bundles, codeSigning, helperConnections, loop, loop};
 };
-
 }  // namespace
 
 const Platform& currentPlatform() {

@@ -2,6 +2,10 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstddef>
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace blindfold {
@@ -36,5 +40,15 @@ class FileDescriptor {
 
   int descriptor_ = none;
 };
+
+/// Whether a system call that failed with `error` was not refused: it would have had to wait on a
+/// descriptor that does not block (EAGAIN), or a signal interrupted it (EINTR).
+constexpr bool shouldTryAgain(int error) {
+  return error == EAGAIN || error == EINTR;
+}
+
+/// The bytes of `file` from its position to its end. `std::nullopt`, with the reason in errno, when
+/// they cannot be read, or (EFBIG) are more than `maximumSize`.
+std::optional<std::string> readToEnd(const FileDescriptor& file, std::size_t maximumSize);
 
 }  // namespace blindfold

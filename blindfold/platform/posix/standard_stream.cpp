@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 int descriptorOf(StandardStream stream) {
   return static_cast<int>(stream);
 }
@@ -22,7 +21,6 @@ std::error_code waitForRoom(int descriptor) noexcept {
   if (poll(&stream, 1, /*timeout=*/-1) < 0 && errno != EINTR) return lastError();
   return {};
 }
-
 }  // namespace
 
 std::error_code writeAll(StandardStream stream, std::string_view bytes) noexcept {

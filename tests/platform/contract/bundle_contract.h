@@ -14,7 +14,7 @@
 namespace blindfold {
 
 /// What every platform's bundles answer about the same directories. `Provider` is the platform's.
-template <typename Provider>
+template <class Provider>
 class BundleContract : public testing::Test {
  protected:
   BundleContract() {

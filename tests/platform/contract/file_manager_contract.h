@@ -14,7 +14,7 @@
 namespace blindfold {
 
 /// What every platform's file manager answers about the same files. `Manager` is the platform's.
-template <typename Manager>
+template <class Manager>
 class FileManagerContract : public testing::Test {
  protected:
   std::string pathOf(const std::string& name) const { return directory_.path() + "/" + name; }

@@ -5,9 +5,7 @@
 
 namespace blindfold {
 namespace {
-
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, FileManagerContract, LinuxFileManager);
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, BundleContract, LinuxBundleProvider);
-
 }  // namespace
 }  // namespace blindfold

@@ -14,11 +14,9 @@
 #include "tests/platform/linux/test_helper.h"
 
 namespace {
-
-// The sizes of this thread's allocations from `watchedSize` on.
+/// The sizes of this thread's allocations from `watchedSize` on.
 thread_local std::size_t watchedSize = 0;
 thread_local int watchedCount = 0;
-
 }  // namespace
 
 // NOLINTBEGIN(cppcoreguidelines-owning-memory, misc-new-delete-overloads)
@@ -38,11 +36,10 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 
 namespace blindfold {
 namespace {
-
 using namespace std::string_literals;
 
-// How many allocations of at least `size` bytes this thread makes in `body`.
-template <typename Body>
+/// How many allocations of at least `size` bytes this thread makes in `body`.
+template <class Body>
 int countAllocations(std::size_t size, Body body) {
   watchedCount = 0;
   watchedSize = size;
@@ -98,6 +95,5 @@ TEST(LinuxHelperConnectionAllocationTest, AReplyIsHandedOverWithoutACopy) {
             1);
   EXPECT_EQ(reply, payload);
 }
-
 }  // namespace
 }  // namespace blindfold

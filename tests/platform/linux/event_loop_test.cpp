@@ -21,7 +21,6 @@
 
 namespace blindfold {
 namespace {
-
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
@@ -45,7 +44,7 @@ void runRounds(EventLoop& loop, int count) {
   for (; count > 0; --count) loop.runRound();
 }
 
-// A loop that never waits long: whoever tests what does not happen needs rounds that end.
+/// A loop that never waits long: whoever tests what does not happen needs rounds that end.
 struct ImpatientLoop {
   EventLoop loop;
   std::shared_ptr<WorkItem> tick;
@@ -415,9 +414,9 @@ TEST(EventLoopTest, SignalsDoNotEndAWaitEarly) {
   EXPECT_GT(storm.signalCount(), 0);
 }
 
-// Runs `body` in a process that stops itself within it, calls `whileStopped`, lets it go on, and
-// returns its exit status.
-template <typename Body, typename WhileStopped>
+/// Runs `body` in a process that stops itself within it, calls `whileStopped`, lets it go on, and
+/// returns its exit status.
+template <class Body, class WhileStopped>
 int runStoppingProcess(Body body, WhileStopped whileStopped) {
   const pid_t child = fork();
   if (child == 0) std::_Exit(body());
@@ -460,6 +459,5 @@ TEST(EventLoopTest, WhatArrivedDuringAStopCountsBeforeTheTimeLimitThatPassedWith
   };
   EXPECT_EQ(runStoppingProcess(tellWhichCameFirst, answerLate), 1);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -19,7 +19,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 constexpr auto deadline = 10s;
@@ -245,6 +244,5 @@ TEST(EventLoopThreadsTest, ConnectionsOfManyThreadsAreEachAnswered) {
   for (std::thread& client : clients) client.join();
   EXPECT_EQ(replies, 8);
 }
-
 }  // namespace
 }  // namespace blindfold

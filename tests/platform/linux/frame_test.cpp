@@ -12,22 +12,19 @@
 #include <variant>
 #include <vector>
 
-#include "blindfold/platform/linux/frame_fault.h"
-
 namespace blindfold {
 namespace {
-
 using namespace std::string_literals;
 
-// A reply frame whose payload is "hi", byte by byte.
+/// A reply frame whose payload is "hi", byte by byte.
 const Bytes hiFrame = "BLFD\x01\x02\0\0\0\0\0\x02hi"s;
 
 std::string textOf(FrameFault fault) {
   return platformError(fault).what();
 }
 
-// The text of the error that `operation` throws, or a text that says that it threw none.
-template <typename Operation>
+/// The text of the error that `operation` throws, or a text that says that it threw none.
+template <class Operation>
 std::string errorOf(Operation operation) {
   try {
     operation();
@@ -224,7 +221,7 @@ TEST(FrameReaderTest, AFrameBeforeTheMalformedOneIsReadFirst) {
   EXPECT_THROW(reader.next(), PlatformError);
 }
 
-// Every message that can be sent, with arguments that test the borders between the parts.
+/// Every message that can be sent, with arguments that test the borders between the parts.
 std::vector<HelperMessage> everyMessage() {
   std::vector<HelperMessage> messages;
   for (const auto& row : helperProtocol) {
@@ -278,6 +275,11 @@ TEST(MessageTest, AnUnknownSelectorIsRefused) {
   EXPECT_EQ(decodingError("\0\0"s), textOf(FrameFault::unknownSelector));
 }
 
+TEST(MessageTest, AnArgumentThatItsMethodDoesNotTakeStopsADebugBuild) {
+  EXPECT_DEBUG_DEATH(encodeMessage({HelperMethod::hold, NoArgument{}}), "method.argument");
+  EXPECT_DEBUG_DEATH(encodeMessage({HelperMethod::muteMic, TextArgument{"A1"}}), "method.argument");
+}
+
 TEST(MessageTest, AnUnknownArgumentKindIsRefused) {
   EXPECT_EQ(decodingError("\x08muteMic:\x04"s), textOf(FrameFault::unknownArgumentKind));
   EXPECT_EQ(decodingError("\x08muteMic:\xff"s), textOf(FrameFault::unknownArgumentKind));
@@ -302,6 +304,5 @@ TEST(MessageTest, BytesWithoutAnArgumentToHoldThemAreRefused) {
   EXPECT_EQ(decodingError("\x08muteMic:\0!"s), textOf(FrameFault::bytesWithoutArgument));
   EXPECT_EQ(decodingError("\x10renew:withReply:\x03!"s), textOf(FrameFault::bytesWithoutArgument));
 }
-
 }  // namespace
 }  // namespace blindfold

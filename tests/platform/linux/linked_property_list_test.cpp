@@ -1,4 +1,4 @@
-#include "blindfold/platform/linux/linked_property_list.h"
+#include "blindfold/platform/linux/linux_bundle.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,7 +13,6 @@
 
 namespace blindfold {
 namespace {
-
 std::string contentsOf(const char* path) {
   std::ifstream file(path, std::ios::binary);
   EXPECT_TRUE(file) << path;
@@ -42,7 +41,7 @@ const InfoDictionary shippedSettings{
     {"BlindfoldStateDirectoryPath", text("/var/run/blindfold")},
 };
 
-// This program is linked with the property list that ships.
+/// This program is linked with the property list that ships.
 TEST(LinkedPropertyListTest, ItIsTheFileByteForByte) {
   EXPECT_EQ(linkedPropertyList(), contentsOf(SHIPPED_PROPERTY_LIST));
 }
@@ -51,7 +50,7 @@ TEST(LinkedPropertyListTest, WhatShipsHasItsSettingsInTheirOrderAndNoOthers) {
   EXPECT_EQ(parsePropertyList(contentsOf(SHIPPED_PROPERTY_LIST)), shippedSettings);
 }
 
-// The build wrote the list for this path, whose characters XML has other uses for.
+/// The build wrote the list for this path, whose characters XML has other uses for.
 TEST(LinkedPropertyListTest, TheDevelopmentDeploymentDiffersInTwoSettings) {
   const std::map<std::string_view, DictionaryValue> differences{
       {"BlindfoldHelperInstallPath", DEVELOPMENT_HELPER_PATH},
@@ -64,6 +63,5 @@ TEST(LinkedPropertyListTest, TheDevelopmentDeploymentDiffersInTwoSettings) {
   }
   EXPECT_EQ(parsePropertyList(contentsOf(DEVELOPMENT_PROPERTY_LIST)), expected);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -15,7 +15,6 @@
 
 namespace blindfold {
 namespace {
-
 std::string listWith(std::string_view entries) {
   return "<plist><dict>" + std::string(entries) + "</dict></plist>";
 }
@@ -38,7 +37,7 @@ TEST(BundleURLTest, AnyOtherExecutableBelongsToItsDirectory) {
   }
 }
 
-// A bundle directory, X.app, to be filled.
+/// A bundle directory, X.app, to be filled.
 class DirectoryBundleTest : public testing::Test {
  protected:
   DirectoryBundleTest() { std::filesystem::create_directories(url_.path() + "/Contents/MacOS"); }
@@ -181,7 +180,7 @@ TEST_F(DirectoryBundleTest, APathWithANULByteIsNoBundle) {
   EXPECT_EQ(bundles_.bundleWithURL(FileURL(url_.path() + std::string("\0x", 2))), nullptr);
 }
 
-// This program is linked with the property list that ships.
+/// This program is linked with the property list that ships.
 TEST(MainBundleTest, ItsInfoDictionaryIsTheLinkedPropertyList) {
   const LinuxBundleProvider bundles;
   EXPECT_EQ(bundles.mainBundle().bundleIdentifier(), "app.blindfold.cli");
@@ -213,6 +212,5 @@ TEST(MainBundleTest, ThreadsMayAskForTheFirstTimeAtOnce) {
   for (auto& thread : threads) thread.join();
   for (const auto& answer : answers) EXPECT_EQ(answer, "app.blindfold.cli");
 }
-
 }  // namespace
 }  // namespace blindfold

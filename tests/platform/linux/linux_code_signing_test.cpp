@@ -4,7 +4,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(LinuxCodeSigningTest, TheRunningProgramHasNoSigningInformation) {
   const LinuxCodeSigning codeSigning;
   EXPECT_EQ(codeSigning.ownSigningInformation(), std::nullopt);
@@ -14,6 +13,5 @@ TEST(LinuxCodeSigningTest, AnExecutableHasNoSigningInformation) {
   const LinuxCodeSigning codeSigning;
   EXPECT_EQ(codeSigning.signingInformation(FileURL("/proc/self/exe")), std::nullopt);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -19,7 +19,6 @@
 
 namespace blindfold {
 namespace {
-
 class LinuxFileManagerTest : public testing::Test {
  protected:
   std::string pathOf(const std::string& name) const { return directory_.path() + '/' + name; }
@@ -122,7 +121,7 @@ TEST_F(LinuxFileManagerTest, AnItemBelowAFileHasNoAttributes) {
   EXPECT_EQ(fileManager_.attributesOfItem(makeFile("file", 0644) + "/x"), std::nullopt);
 }
 
-// Fails the test when `body` throws or ends the process it runs in with anything but 0.
+/// Fails the test when `body` throws or ends the process it runs in with anything but 0.
 void expectInChild(const std::function<bool()>& body) {
   const auto result = runInChild([&] { std::_Exit(body() ? 0 : 1); });
   EXPECT_EQ(result.exitStatus, 0) << result.standardError;
@@ -154,6 +153,5 @@ TEST_F(LinuxFileManagerTest, ACurrentDirectoryThatIsGoneIsTheRoot) {
            fileManager_.currentDirectoryPath() == "/";
   });
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -21,7 +21,6 @@
 #include <vector>
 
 #include "blindfold/platform/linux/frame.h"
-#include "blindfold/platform/linux/frame_fault.h"
 #include "blindfold/platform/linux/service_socket.h"
 #include "tests/platform/linux/signal_storm.h"
 #include "tests/platform/linux/test_helper.h"

@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(LinuxPlatformTest, ThePlatformIsMadeOnce) {
   EXPECT_EQ(&currentPlatform(), &currentPlatform());
 }
@@ -43,6 +42,5 @@ TEST(LinuxPlatformTest, WorkMayEndTheProcessThoughConnectionsAreOpen) {
   };
   EXPECT_EXIT(exitWithEverythingPending(), testing::ExitedWithCode(4), "");
 }
-
 }  // namespace
 }  // namespace blindfold

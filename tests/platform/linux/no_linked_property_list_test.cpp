@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "blindfold/platform/linux/linked_property_list.h"
 #include "blindfold/platform/linux/linux_bundle.h"
 
 namespace blindfold {
 namespace {
-
-// This program is linked without a property list.
+/// This program is linked without a property list.
 TEST(NoLinkedPropertyListTest, ItIsEmpty) {
   EXPECT_EQ(linkedPropertyList(), "");
 }
@@ -16,6 +14,5 @@ TEST(NoLinkedPropertyListTest, TheMainBundleDeclaresNothing) {
   EXPECT_EQ(bundles.mainBundle().bundleIdentifier(), std::nullopt);
   EXPECT_EQ(bundles.mainBundle().objectForInfoDictionaryKey("CFBundleName"), std::nullopt);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::string_literals;
 using testing::IsEmpty;
 
@@ -18,7 +17,7 @@ const std::string prolog =
     "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
     "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n";
 
-// A list with this dictionary at its top, and one with this value under the key "k".
+/// A list with this dictionary at its top, and one with this value under the key "k".
 std::string listOf(std::string_view entries) {
   return prolog + "<plist version=\"1.0\"><dict>" + std::string(entries) + "</dict></plist>\n";
 }
@@ -26,7 +25,7 @@ std::string listWith(std::string_view value) {
   return listOf("<key>k</key>" + std::string(value));
 }
 
-// What such a list has under the key "k"; nothing when it is malformed.
+/// What such a list has under the key "k"; nothing when it is malformed.
 std::optional<DictionaryValue> parsedValue(std::string_view value) {
   const auto dictionary = parsePropertyList(listWith(value));
   const DictionaryValue* const parsed = valueForKey(dictionary, "k");
@@ -447,7 +446,7 @@ std::string nestedDictionaries(int levels) {
   return repeated(levels - 1, "<dict><key>k</key>") + "<dict/>" + repeated(levels - 1, "</dict>");
 }
 
-// The dictionary at the top of every list is the first level.
+/// The dictionary at the top of every list is the first level.
 constexpr int levelsLeft = maximumPropertyListNesting - 1;
 
 TEST(PropertyListTest, ValuesNestUpToTheLimit) {
@@ -462,7 +461,7 @@ TEST(PropertyListTest, ValuesThatNestDeeperAreMalformed) {
   EXPECT_FALSE(parsedValue(repeated(100'000, "<dict><key>k</key>")));
 }
 
-// Whether the list of this value, of some megabytes, is judged in the time of a linear reading.
+/// Whether the list of this value, of some megabytes, is judged in the time of a linear reading.
 void expectQuick(std::string_view value, bool isWellFormed) {
   const std::string list = listWith(value);
   const auto start = std::chrono::steady_clock::now();
@@ -486,6 +485,5 @@ TEST(PropertyListTest, LongListsTakeLinearTime) {
   expectQuick("<integer>" + repeated(count, "1") + "</integer>", false);
   expectQuick("<" + repeated(count, "a") + "/>", false);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -17,9 +17,7 @@
 
 namespace blindfold {
 namespace {
-
 constexpr int ampleBacklog = 128;
-
 }  // namespace
 
 std::string uniqueServiceName() {

@@ -4,9 +4,7 @@
 
 namespace blindfold {
 namespace {
-
 constexpr auto ampleTime = std::chrono::seconds(20);
-
 }  // namespace
 
 TestRequest::TestRequest(const std::string& serviceName)

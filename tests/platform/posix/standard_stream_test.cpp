@@ -16,7 +16,6 @@
 
 namespace blindfold {
 namespace {
-
 /// More than a pipe holds.
 constexpr std::size_t muchText = std::size_t{1} << 20U;
 
@@ -93,6 +92,5 @@ TEST(StandardStreamTest, NothingToWriteIsNoError) {
   expectInChild(
       [] { return !closeStream(StandardStream::error) && !writeAll(StandardStream::error, ""); });
 }
-
 }  // namespace
 }  // namespace blindfold

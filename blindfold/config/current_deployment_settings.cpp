@@ -1,5 +1,3 @@
-// Apart from the class, so that only a program that asks for the process's settings needs a
-// platform to link with.
 #include "blindfold/config/deployment_settings.h"
 
 #include <memory>
@@ -8,6 +6,7 @@
 
 namespace blindfold {
 
+/// Apart from the class, so that a program with settings of its own links no platform.
 const DeploymentSettings& deploymentSettings() {
   // Never destroyed: other threads may use them while the process exits.
   static const DeploymentSettings& settings =

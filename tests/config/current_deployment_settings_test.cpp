@@ -9,19 +9,18 @@
 
 namespace blindfold {
 namespace {
-
-TEST(ProcessDeploymentSettingsTest, ThereIsOneInstance) {
+TEST(CurrentDeploymentSettingsTest, ThereIsOneInstance) {
   EXPECT_EQ(&deploymentSettings(), &deploymentSettings());
 }
 
-TEST(ProcessDeploymentSettingsTest, TheyAreThoseOfTheMainBundle) {
+TEST(CurrentDeploymentSettingsTest, TheyAreThoseOfTheMainBundle) {
   const DeploymentSettings expected(currentPlatform().bundles.mainBundle(),
                                     currentPlatform().fileManager);
   EXPECT_EQ(deploymentSettings().helperMachServiceName(), expected.helperMachServiceName());
   EXPECT_EQ(deploymentSettings().helperInstallURL(), expected.helperInstallURL());
 }
 
-TEST(ProcessDeploymentSettingsTest, ThreadsThatAskAtOnceGetTheSameInstance) {
+TEST(CurrentDeploymentSettingsTest, ThreadsThatAskAtOnceGetTheSameInstance) {
   constexpr int threadCount = 8;
   std::barrier start(threadCount);
   std::vector<const DeploymentSettings*> seen(threadCount);
@@ -36,6 +35,5 @@ TEST(ProcessDeploymentSettingsTest, ThreadsThatAskAtOnceGetTheSameInstance) {
   for (auto& thread : threads) thread.join();
   for (const auto* each : seen) EXPECT_EQ(each, &deploymentSettings());
 }
-
 }  // namespace
 }  // namespace blindfold
