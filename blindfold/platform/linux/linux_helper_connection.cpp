@@ -34,12 +34,36 @@ FileDescriptor openSocket() {
   return FileDescriptor(fcntl(socket.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-/// Whether the helper is run by root or by the user of this program.
+/// The id that user_namespaces(7) reports for every user who has none in this process's namespace,
+/// unless the administrator has changed it (kernel.overflowuid).
+constexpr uid_t overflowUser = 65534;
+
+/// Whether every user has an id in this process's user namespace, as in the initial one.
+bool everyUserIsMapped() {
+  constexpr std::size_t maximumMapSize = 65'536;
+  const FileDescriptor file(open("/proc/self/uid_map", O_RDONLY | O_CLOEXEC));
+  auto map = readToEnd(file, maximumMapSize);
+  if (!map) return false;
+  std::erase(*map, ' ');
+  return *map == "004294967295\n";  // 4294967295 users from 0 on, and their ids from 0 on.
+}
+
+/// Whether the helper is run by root or by the user of this program. A user without an id of its
+/// own is not told from others and so not trusted.
 bool peerIsTrusted(int socket) {
   ucred peer{};
   socklen_t size = sizeof peer;
   if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
-  return peer.uid == 0 || peer.uid == geteuid();
+  if (peer.uid == 0) return true;
+  return peer.uid == geteuid() && (peer.uid != overflowUser || everyUserIsMapped());
+}
+
+/// The payload of the frame for `message`. Throws `PlatformError` when no frame takes it.
+Bytes requestPayload(const HelperMessage& message) {
+  Bytes payload = encodeMessage(message);
+  if (payload.size() <= maximumFramePayload) return payload;
+  const std::string selector(describe(message.method).selector);
+  throw PlatformError("The request " + selector + " is larger than 64 MiB.");
 }
 
 /// The end of a call: the reply's bytes, or the error in their place.
@@ -179,7 +203,7 @@ std::unique_ptr<HelperProxy> LinuxHelperConnection::remoteObjectProxy(
 
 void LinuxHelperConnection::send(const HelperMessage& message, ReplyHandler reply,
                                  ProxyErrorHandler errorHandler) {
-  onServer([frame = encodeFrame({FrameKind::request, encodeMessage(message)}),
+  onServer([frame = encodeFrame({FrameKind::request, requestPayload(message)}),
             reply = std::move(reply),
             errorHandler = std::move(errorHandler)](LinuxHelperConnection& self) mutable {
     assert(!self.hasMessage_ && "a connection carries one message");

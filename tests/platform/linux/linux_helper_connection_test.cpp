@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/fsuid.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <memory>
 #include <string>
@@ -29,7 +31,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::string_literals;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
@@ -41,7 +42,7 @@ std::string errorWith(FrameFault fault) {
   return "error "s + platformError(fault).what();
 }
 
-// Waits until the other side has closed the connection.
+/// Waits until the other side has closed the connection.
 void awaitEnd(int connection) {
   char byte = 0;
   while (read(connection, &byte, 1) > 0) {
@@ -147,7 +148,7 @@ TEST(LinuxHelperConnectionTest, ANameThatCannotBeAServicesInvalidates) {
   }
 }
 
-// Connections that wait at a service until none more finds room.
+/// Connections that wait at a service until none more finds room.
 std::vector<FileDescriptor> fillBacklog(const std::string& name) {
   std::vector<FileDescriptor> waiting;
   const ServiceSocketAddress address(name);
@@ -371,12 +372,16 @@ TEST(LinuxHelperConnectionTest, AReplyFromAHelperThatStoppedListeningCounts) {
   EXPECT_THAT(request.outcome(), ElementsAre("reply too much"));
 }
 
-TEST(LinuxHelperConnectionTest, AMessageThatIsTooLargeIsRefusedAtOnce) {
+TEST(LinuxHelperConnectionTest, AMessageThatIsTooLargeIsRefusedAtOnceByItsName) {
   const TestHelper helper(awaitEnd);
   TestRequest request(helper.name());
   request.resume();
-  EXPECT_THROW(request.send({HelperMethod::hold, DataArgument{Bytes(maximumFramePayload, 'x')}}),
-               PlatformError);
+  try {
+    request.send({HelperMethod::hold, DataArgument{Bytes(maximumFramePayload, 'x')}});
+    FAIL() << "it was sent";
+  } catch (const PlatformError& error) {
+    EXPECT_STREQ(error.what(), "The request hold:withReply: is larger than 64 MiB.");
+  }
 }
 
 TEST(LinuxHelperConnectionDeathTest, ASecondMessageStopsADebugBuild) {
@@ -433,7 +438,7 @@ TEST(LinuxHelperConnectionTest, AFailedConnectionIsInvalidatedOnlyOnce) {
   EXPECT_THAT(request.heardWithin(milliseconds(10)), ElementsAre("invalidated"));
 }
 
-// What every handler of one connection captures, and whether they are all gone.
+/// What every handler of one connection captures, and whether they are all gone.
 struct HandlerProbe {
   std::shared_ptr<int> captured = std::make_shared<int>();
   std::weak_ptr<int> watcher = captured;
@@ -616,8 +621,8 @@ TEST(LinuxHelperConnectionTest, SignalsDoNotEndARequest) {
   EXPECT_GT(storm.signalCount(), 0);
 }
 
-// Closes the standard streams and makes a request. 0 when the streams stay closed and the reply
-// comes.
+/// Closes the standard streams and makes a request. 0 when the streams stay closed and the reply
+/// comes.
 int requestWithoutStandardStreams() {
   const BoundService service(uniqueServiceName());
   service.listen(1);
@@ -650,7 +655,7 @@ class ActingAs {
   ~ActingAs() { EXPECT_EQ(seteuid(0), 0); }
 };
 
-// What a caller hears of a helper that takes the connection and leaves it, by who runs either.
+/// What a caller hears of a helper that takes the connection and leaves it, by who runs either.
 std::vector<std::string> heardOfHelper(uid_t caller, uid_t helper) {
   const BoundService service(uniqueServiceName());
   {
@@ -663,6 +668,9 @@ std::vector<std::string> heardOfHelper(uid_t caller, uid_t helper) {
   service.accept().reset();
   return request.outcome();
 }
+
+/// The exit status of a child process that may not enter a user namespace.
+constexpr int cannotUnshare = 77;
 
 constexpr uid_t someone = 1234;
 constexpr uid_t someoneElse = 4321;
@@ -680,6 +688,52 @@ TEST(LinuxHelperConnectionTest, AHelperOfAnybodyElseInvalidates) {
   EXPECT_THAT(heardOfHelper(someone, someoneElse), ElementsAre("invalidated"));
 }
 
+/// The exit status of a child process that moves into a user namespace where `map` ("ID PARENT
+/// COUNT" for each range of users) is in force, and calls `body` there.
+int inUserNamespace(const std::string& map, const std::function<int()>& body) {
+  const auto result = runInChild([&] {
+    if (unshare(CLONE_NEWUSER) != 0) std::_Exit(cannotUnshare);
+    if (!map.empty()) std::ofstream("/proc/self/uid_map") << map << std::flush;
+    std::_Exit(body());
+  });
+  return result.exitStatus.value_or(-1);
+}
+
+/// 0 when `helper` is trusted, 1 when it is not.
+int distrustOf(const BoundService& helper) {
+  TestRequest request(helper.name());
+  request.start();
+  return request.heardWithin(milliseconds(50)) == std::vector<std::string>{"invalidated"} ? 1 : 0;
+}
+
+TEST(LinuxHelperConnectionTest, AHelperOfAUserWithoutAnIdIsNotTrusted) {
+  const BoundService service(uniqueServiceName());
+  service.listen(1);
+  const int status = inUserNamespace("", [&] {
+    if (geteuid() != 65534) return 2;
+    return distrustOf(service);
+  });
+  if (status == cannotUnshare) GTEST_SKIP() << "this user may make no user namespace";
+  EXPECT_EQ(status, 1);
+}
+
+TEST(LinuxHelperConnectionTest, AHelperOfTheUserIsTrustedInAUserNamespaceThatHasAnIdForIt) {
+  const BoundService service(uniqueServiceName());
+  service.listen(1);
+  const std::string map = "1000 " + std::to_string(geteuid()) + " 1";
+  const int status = inUserNamespace(map, [&] {
+    if (geteuid() != 1000) return 2;
+    return distrustOf(service);
+  });
+  if (status == cannotUnshare) GTEST_SKIP() << "this user may make no user namespace";
+  EXPECT_EQ(status, 0);
+}
+
+TEST(LinuxHelperConnectionTest, AHelperOfTheUserNobodyIsNobodysWhereEveryUserHasAnId) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can act as other users";
+  EXPECT_THAT(heardOfHelper(65534, 65534), ElementsAre("interrupted"));
+}
+
 TEST(LinuxHelperConnectionTest, AHelperOfAnybodyElseIsToldNothing) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can act as other users";
   const BoundService service(uniqueServiceName());
@@ -693,6 +747,5 @@ TEST(LinuxHelperConnectionTest, AHelperOfAnybodyElseIsToldNothing) {
   char byte = 0;
   EXPECT_EQ(read(connection.get(), &byte, 1), 0);
 }
-
 }  // namespace
 }  // namespace blindfold
