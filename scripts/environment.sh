@@ -24,15 +24,20 @@ needed_of() {
     binutils) echo "command strings" ;;
     clang-19) echo "command clang++-19" ;;
     g++) echo "command c++" ;;
+    libbenchmark-dev) echo "header benchmark/benchmark.h" ;;
     libblocksruntime-dev) echo "header Block.h" ;;
     libclang-rt-19-dev) echo "file /usr/lib/llvm-19/lib/clang/19/lib" ;;
     libgmock-dev) echo "header gmock/gmock.h" ;;
     libgnustep-base-dev) echo "header GNUstep/Foundation/Foundation.h" ;;
     libgtest-dev) echo "header gtest/gtest.h" ;;
     libobjc-12-dev) echo "file /usr/lib/gcc/*/*/include/objc/runtime.h" ;;
+    libsimdjson-dev) echo "header simdjson.h" ;;
     llvm-19) echo "command llvm-lipo-19" ;;
+    nlohmann-json3-dev) echo "header nlohmann/json.hpp" ;;
     ninja-build) echo "command ninja" ;;
     python3-jsonschema) echo "module jsonschema" ;;
+    rapidjson-dev) echo "header rapidjson/rapidjson.h" ;;
+    systemd) echo "command busctl" ;;
     unicode-data) echo "file /usr/share/unicode/CaseFolding.txt" ;;
     *) echo "command $1" ;;
   esac
