@@ -1,5 +1,5 @@
-/* The floor: one request made of blocking system calls and nothing else, its reply's bytes copied to
-   standard output. It checks nothing and bounds nothing.
+/* The floor: one request made of blocking system calls and nothing else, its reply's bytes copied
+   to standard output. It checks nothing and bounds nothing.
 
    floor SOCKET SELECTOR */
 #include <stdint.h>
@@ -30,7 +30,8 @@ int main(int argumentCount, char* arguments[]) {
     if (count <= 0) return 1;
     size += (size_t)count;
     if (expected == 12 && size >= 12) {
-      expected += (size_t)reply[8] << 24 | (size_t)reply[9] << 16 | (size_t)reply[10] << 8 | reply[11];
+      expected +=
+          (size_t)reply[8] << 24 | (size_t)reply[9] << 16 | (size_t)reply[10] << 8 | reply[11];
     }
   }
   reply[size] = '\n';

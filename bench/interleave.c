@@ -1,5 +1,5 @@
-/* Runs several commands in turn, round after round, so that whatever else the machine does meets all
-   of them alike. Their standard output is dropped.
+/* Runs several commands in turn, round after round, so that whatever else the machine does meets
+   all of them alike. Their standard output is dropped.
 
    interleave ROUNDS -- COMMAND... [-- COMMAND...]...
 
