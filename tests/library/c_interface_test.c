@@ -1,8 +1,8 @@
 /*
  * The C interface against the development helper, in C.
  *
- * c_interface_test HELPER SERVICE: starts the helper for the service and ends with 0 when everything
- * holds.
+ * c_interface_test HELPER SERVICE: starts the helper for the service and ends with 0 when
+ * everything holds.
  */
 #include <pthread.h>
 #include <signal.h>
@@ -17,19 +17,19 @@
 
 static int failures = 0;
 
-#define EXPECT(condition)                                                  \
-  do {                                                                     \
-    if (!(condition)) {                                                    \
+#define EXPECT(condition)                                                     \
+  do {                                                                        \
+    if (!(condition)) {                                                       \
       fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-      ++failures;                                                          \
-    }                                                                      \
+      ++failures;                                                             \
+    }                                                                         \
   } while (false)
 
-static const char *helper;
-static const char *service;
+static const char* helper;
+static const char* service;
 
 /* Starts the helper with this script and returns its process once it listens. */
-static pid_t startHelper(const char *script) {
+static pid_t startHelper(const char* script) {
   char path[] = "/tmp/c_interface_test.XXXXXX";
   const int file = mkstemp(path);
   if (file < 0 || write(file, script, strlen(script)) != (ssize_t)strlen(script)) abort();
@@ -42,7 +42,7 @@ static pid_t startHelper(const char *script) {
     dup2(ends[1], STDOUT_FILENO);
     close(ends[0]);
     close(ends[1]);
-    execl(helper, helper, "--service", service, "--script", path, (char *)NULL);
+    execl(helper, helper, "--service", service, "--script", path, (char*)NULL);
     _exit(127);
   }
   close(ends[1]);
@@ -64,8 +64,8 @@ static void stopHelper(pid_t process) {
 }
 
 /* Runs the request and frees it; whether it ended with the status and a text that contains this. */
-static bool ends(blindfold_request *request, int status, const char *text) {
-  const blindfold_outcome *outcome = blindfold_wait(request);
+static bool ends(blindfold_request* request, int status, const char* text) {
+  const blindfold_outcome* outcome = blindfold_wait(request);
   const bool matches = outcome->status == status && strstr(outcome->text, text) != NULL &&
                        strlen(outcome->text) == outcome->length;
   if (!matches) fprintf(stderr, "ended with %d: %s\n", outcome->status, outcome->text);
@@ -79,11 +79,11 @@ struct heard {
   int count;
   int status;
   char text[256];
-  blindfold_request *freed; /* by the callback, unless null */
+  blindfold_request* freed; /* by the callback, unless null */
 };
 
-static void hear(void *context, const blindfold_outcome *outcome) {
-  struct heard *heard = context;
+static void hear(void* context, const blindfold_outcome* outcome) {
+  struct heard* heard = context;
   pthread_mutex_lock(&heard->lock);
   ++heard->count;
   heard->status = outcome->status;
@@ -93,7 +93,7 @@ static void hear(void *context, const blindfold_outcome *outcome) {
   pthread_mutex_unlock(&heard->lock);
 }
 
-static void awaitCall(struct heard *heard) {
+static void awaitCall(struct heard* heard) {
   pthread_mutex_lock(&heard->lock);
   while (heard->count == 0) pthread_cond_wait(&heard->changed, &heard->lock);
   pthread_mutex_unlock(&heard->lock);
@@ -101,7 +101,7 @@ static void awaitCall(struct heard *heard) {
 
 static void testOperations(void) {
   const pid_t process = startHelper("");
-  blindfold_client *client = blindfold_client_create_for(true, service, helper);
+  blindfold_client* client = blindfold_client_create_for(true, service, helper);
   EXPECT(client != NULL);
   EXPECT(ends(blindfold_current_state(client), BLINDFOLD_SUCCEEDED, "\"mode\":\"idle\""));
   EXPECT(ends(blindfold_detect(client), BLINDFOLD_SUCCEEDED, "\"kind\":\"builtIn\""));
@@ -117,7 +117,7 @@ static void testOperations(void) {
 }
 
 static void testFailures(void) {
-  blindfold_client *client = blindfold_client_create_for(true, service, helper);
+  blindfold_client* client = blindfold_client_create_for(true, service, helper);
   EXPECT(ends(blindfold_current_state(client), BLINDFOLD_HELPER_UNREACHABLE,
               "Protection service is unavailable."));
   blindfold_client_free(client);
@@ -128,8 +128,9 @@ static void testFailures(void) {
   client = blindfold_client_create_for(false, service, helper);
   EXPECT(ends(blindfold_current_state(client), BLINDFOLD_UNAUTHORIZED_CLIENT, "not authorized"));
   blindfold_client_free(client);
-  const pid_t process = startHelper("currentState: reply {}\ndetectTargets: reply {\"cameras\":[],"
-                                    "\"notes\":[],\"resolvedTargets\":[],\"serviceStates\":[]}\n");
+  const pid_t process = startHelper(
+      "currentState: reply {}\ndetectTargets: reply {\"cameras\":[],"
+      "\"notes\":[],\"resolvedTargets\":[],\"serviceStates\":[]}\n");
   client = blindfold_client_create_for(true, service, helper);
   EXPECT(ends(blindfold_current_state(client), BLINDFOLD_TRANSPORT, "mode"));
   EXPECT(ends(blindfold_hold_built_in(client), BLINDFOLD_NOTHING_TO_HOLD, "No camera detected."));
@@ -149,10 +150,10 @@ static void testNull(void) {
 
 static void testCallbacks(void) {
   const pid_t process = startHelper("");
-  blindfold_client *client = blindfold_client_create_for(true, service, helper);
+  blindfold_client* client = blindfold_client_create_for(true, service, helper);
 
   struct heard heard = {PTHREAD_MUTEX_INITIALIZER, PTHREAD_COND_INITIALIZER, 0, -1, "", NULL};
-  blindfold_request *request = blindfold_current_state(client);
+  blindfold_request* request = blindfold_current_state(client);
   EXPECT(blindfold_start(request, hear, &heard));
   awaitCall(&heard);
   EXPECT(heard.status == BLINDFOLD_SUCCEEDED);
@@ -177,16 +178,16 @@ static void testCallbacks(void) {
   stopHelper(process);
 }
 
-static void *waitFor(void *request) {
-  return (void *)blindfold_wait(request);
+static void* waitFor(void* request) {
+  return (void*)blindfold_wait(request);
 }
 
 static void testCancelling(void) {
   const pid_t process = startHelper("currentState: silent\n");
-  blindfold_client *client = blindfold_client_create_for(true, service, helper);
+  blindfold_client* client = blindfold_client_create_for(true, service, helper);
 
   struct heard heard = {PTHREAD_MUTEX_INITIALIZER, PTHREAD_COND_INITIALIZER, 0, -1, "", NULL};
-  blindfold_request *request = blindfold_current_state(client);
+  blindfold_request* request = blindfold_current_state(client);
   EXPECT(blindfold_start(request, hear, &heard));
   blindfold_client_free(client);
   usleep(20000);
@@ -200,15 +201,15 @@ static void testCancelling(void) {
   pthread_create(&thread, NULL, waitFor, request);
   usleep(20000);
   blindfold_request_cancel(request);
-  void *outcome = NULL;
+  void* outcome = NULL;
   pthread_join(thread, &outcome);
-  EXPECT(((const blindfold_outcome *)outcome)->status == BLINDFOLD_CANCELLED);
+  EXPECT(((const blindfold_outcome*)outcome)->status == BLINDFOLD_CANCELLED);
   blindfold_request_free(request);
   blindfold_client_free(client);
   stopHelper(process);
 }
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   if (argc != 3) return 2;
   helper = argv[1];
   service = argv[2];
