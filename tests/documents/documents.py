@@ -115,7 +115,8 @@ class Deployment:
     def run(self, *command, **options):
         """The finished process of the command, its output captured as text."""
         return subprocess.run(
-            command, env=self.environment, cwd=self.directory, text=True, timeout=DEADLINE,
+            command, env=self.environment, cwd=self.directory, text=True,
+            timeout=options.pop("timeout", DEADLINE),
             stdout=subprocess.PIPE, stderr=options.pop("stderr", subprocess.PIPE),
             stdin=options.pop("stdin", subprocess.DEVNULL), check=False, **options)
 
