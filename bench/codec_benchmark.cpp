@@ -21,7 +21,6 @@
 
 namespace blindfold {
 namespace {
-
 /// A detection of `count` times the devices and services of one machine.
 DetectionResult detection(int count) {
   DetectionResult result;
@@ -426,7 +425,6 @@ BENCHMARK(decodeNlohmann)->Arg(small)->Arg(large);
 BENCHMARK(encodeBlindfold)->Arg(small)->Arg(large);
 BENCHMARK(encodeRapidJSON)->Arg(small)->Arg(large);
 BENCHMARK(encodeNlohmann)->Arg(small)->Arg(large);
-
 }  // namespace
 }  // namespace blindfold
 

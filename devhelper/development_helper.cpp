@@ -13,7 +13,6 @@
 
 namespace blindfold {
 namespace {
-
 const std::optional<std::string>& leaseID(const MessageArgument& argument) {
   return std::get<TextArgument>(argument).text;
 }
@@ -62,7 +61,6 @@ constexpr std::array<MethodDescription, helperProtocol.size()> methodTable{{
     {HelperMethod::unmuteMic, [](auto& mac, const auto&) { return json(mac.unmuteMic()); }},
     {HelperMethod::currentState, [](auto& mac, const auto&) { return json(mac.currentState()); }},
 }};
-
 }  // namespace
 
 Bytes simulatedReply(SimulatedMac& mac, const HelperMessage& message) {

@@ -8,13 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "devhelper/development_helper.h"
 #include "devhelper/messages.h"
 #include "devhelper/options.h"
-#include "devhelper/serve.h"
 
 namespace blindfold {
 namespace {
-
 constexpr int usageStatus = 2;
 
 /// Opens the standard streams that were closed at the start, so that no file or socket takes their
@@ -50,7 +49,6 @@ int run(int argumentCount, char** arguments) {
     return report(error, EXIT_FAILURE);
   }
 }
-
 }  // namespace
 }  // namespace blindfold
 

@@ -8,11 +8,9 @@
 
 namespace blindfold {
 namespace {
-
 std::string betweenMarks(std::string line) {
   return line.insert(0, 1, '\'').append(1, '\'');
 }
-
 }  // namespace
 
 std::string quoted(std::string_view word) {

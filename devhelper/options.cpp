@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 void setService(Options& options, const std::string& operand) {
   options.service = operand;
 }
@@ -67,7 +66,6 @@ std::string form(const OptionDescription& option) {
   if (!option.operand.empty()) text.append(" ").append(option.operand);
   return text;
 }
-
 }  // namespace
 
 Options parseOptions(const std::vector<std::string>& arguments) {

@@ -12,7 +12,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr mode_t newFileMode = 0666;
 
 void appendEscaped(std::string& line, std::string_view bytes) {
@@ -26,7 +25,6 @@ void appendEscaped(std::string& line, std::string_view bytes) {
     }
   }
 }
-
 }  // namespace
 
 std::string recordLine(const HelperMessage& message) {

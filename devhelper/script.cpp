@@ -18,7 +18,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr std::string_view blanks = " \t";
 constexpr std::size_t nanosecondDigits = 9;
 
@@ -222,7 +221,6 @@ Answer takeAnswer(LineReader& line, Carrier carrier) {
 std::size_t row(HelperMethod method) {
   return static_cast<std::size_t>(method);
 }
-
 }  // namespace
 
 Script::Script(std::string_view text, std::string_view name, Carrier carrier) {

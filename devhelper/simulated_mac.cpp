@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr const char* idleMode = "idle";
 constexpr const char* heldMode = "held";
 
@@ -71,7 +70,6 @@ std::chrono::nanoseconds leaseDuration(double seconds) {
   const auto asked = std::min(std::chrono::duration<double>(seconds), longest);
   return std::chrono::ceil<std::chrono::nanoseconds>(asked);
 }
-
 }  // namespace
 
 Moment currentMoment() {

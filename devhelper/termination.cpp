@@ -10,11 +10,9 @@
 
 namespace blindfold {
 namespace {
-
 /// The path of the ephemeral file, or null. Read by the signal handler.
 std::atomic<const char*> ephemeralPath = nullptr;
 static_assert(decltype(ephemeralPath)::is_always_lock_free);
-
 }  // namespace
 
 extern "C" {

@@ -6,7 +6,6 @@
 
 #include "blindfold/authorization/bundle_execution_context.h"
 #include "blindfold/authorization/client_execution_identity.h"
-#include "blindfold/authorization/secure_executable_path.h"
 
 namespace blindfold {
 namespace {

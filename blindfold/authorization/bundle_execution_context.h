@@ -34,4 +34,11 @@ std::optional<BundleExecutionContext> bundleExecutionContext(std::string_view ex
                                                              const FileManager& fileManager,
                                                              const BundleProvider& bundles);
 
+/// Whether the three directories of `context` are directories and its executable is a regular file,
+/// none of them a symbolic link nor writable by its group or by others. Owners, other mode bits and
+/// the directories above the application do not count. Reads the attributes of each item once, from
+/// the application down to the executable, up to the first that fails; an item that cannot be read
+/// fails.
+bool hasSecureExecutablePath(const BundleExecutionContext& context, const FileManager& fileManager);
+
 }  // namespace blindfold

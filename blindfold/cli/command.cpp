@@ -15,7 +15,6 @@
 
 namespace blindfold {
 namespace {
-
 /// A command's words behind its own: the operand, empty for a command that takes none.
 using Operand = std::string;
 
@@ -96,7 +95,6 @@ Operand operandOf(const Command& command, CommandArguments arguments) {
   if (arguments.size() < 2) throw CLIError::missingArgument(usage(synopsis(command)));
   return std::move(arguments[1]);
 }
-
 }  // namespace
 
 CommandArguments commandArguments(int argumentCount, const char* const* arguments) {

@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr double holdDurationHint = 30.0;
 
 bool isRunningBuiltInDaemon(const TargetService& target) {
@@ -30,7 +29,6 @@ bool captureIsActive(const CameraInfo& camera, const std::vector<TargetService>&
   writeError("Duplicate values for key: '" + oneLine(label) + "'\n");
   std::abort();
 }
-
 }  // namespace
 
 bool matchesBuiltInCameraDaemonPattern(std::string_view label) {

@@ -12,13 +12,11 @@
 
 namespace blindfold {
 namespace {
-
 /// Ends the process without its exit handlers, which may need memory.
 [[noreturn]] void reportOutOfMemory() {
   writeError("Out of memory.\n");
   std::_Exit(ExitStatus::failed);
 }
-
 }  // namespace
 
 void reportExhaustedMemory() {
@@ -35,7 +33,7 @@ void printLine(std::string line) {
 
 void writeError(std::string_view text) noexcept {
   // A failure to write has nowhere to be reported.
-  static_cast<void>(writeAll(StandardStream::error, text));
+  [[maybe_unused]] const std::error_code error = writeAll(StandardStream::error, text);
 }
 
 void reportFailureAndExit(const std::exception_ptr& error) {

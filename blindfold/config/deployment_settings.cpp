@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 #include "blindfold/config/info_dictionary.h"
 #include "blindfold/platform/file_url.h"
@@ -65,6 +66,9 @@ template <std::size_t count>
 std::vector<std::string> read(const Bundle& bundle, const ListSetting<count>& setting) {
   return readInfoStringList(bundle, setting.pluralKey, setting.singularKey, setting.defaultValue);
 }
+ValueArray arrayOf(const std::vector<std::string>& texts) {
+  return {texts.begin(), texts.end()};
+}
 }  // namespace
 
 DeploymentSettings::DeploymentSettings(const Bundle& mainBundle, const FileManager& fileManager)
@@ -99,6 +103,32 @@ const std::vector<std::string>& DeploymentSettings::authorizedAppExecutableSuffi
 const FileURL& DeploymentSettings::helperInstallURL() const {
   return helperInstallURL_.get(
       [&] { return fileURLWithPath(read(mainBundle_, setting::helperInstallPath), fileManager_); });
+}
+
+BundleWithValues::BundleWithValues(const Bundle& bundle, const DeploymentValues& values)
+    : bundle_(bundle) {
+  const std::pair<std::string_view, const std::optional<std::string>&> texts[]{
+      {"BlindfoldHelperMachServiceName", values.helperMachServiceName},
+      {"BlindfoldHelperInstallPath", values.helperInstallPath},
+      {"BlindfoldEmbeddedHelperExecutableName", values.embeddedHelperExecutableName},
+  };
+  for (const auto& [key, text] : texts) {
+    if (text) values_.emplace(key, *text);
+  }
+  const std::pair<std::string_view, const std::optional<std::vector<std::string>>&> lists[]{
+      {"BlindfoldAuthorizedAppBundleIdentifiers", values.authorizedAppBundleIdentifiers},
+      {"BlindfoldAuthorizedAppExecutableSuffixes", values.authorizedAppExecutableSuffixes},
+  };
+  for (const auto& [key, list] : lists) {
+    if (list) values_.emplace(key, arrayOf(*list));
+  }
+}
+
+std::optional<DictionaryValue> BundleWithValues::objectForInfoDictionaryKey(
+    std::string_view key) const {
+  const auto value = values_.find(key);
+  if (value == values_.end()) return bundle_.objectForInfoDictionaryKey(key);
+  return value->second;
 }
 
 FileURL embeddedHelperDirectoryURL(const Bundle& bundle) {

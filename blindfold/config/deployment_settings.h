@@ -1,9 +1,14 @@
 #pragma once
 
+#include <functional>
+#include <map>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "blindfold/config/computed_once.h"
+#include "blindfold/config/deployment_values.h"
 #include "blindfold/platform/bundle.h"
 #include "blindfold/platform/file_manager.h"
 #include "blindfold/platform/file_url.h"
@@ -51,6 +56,25 @@ class DeploymentSettings {
   ComputedOnce<std::vector<std::string>> authorizedAppBundleIdentifiers_;
   ComputedOnce<std::vector<std::string>> authorizedAppExecutableSuffixes_;
   ComputedOnce<FileURL> helperInstallURL_;
+};
+
+/// A bundle whose info dictionary has the given values in place of its own. Any thread may call.
+class BundleWithValues final : public Bundle {
+ public:
+  /// `bundle` outlives this object.
+  BundleWithValues(const Bundle& bundle, const DeploymentValues& values);
+  BundleWithValues(const Bundle&& bundle, const DeploymentValues& values) = delete;
+
+  std::optional<DictionaryValue> objectForInfoDictionaryKey(std::string_view key) const override;
+  FileURL bundleURL() const override { return bundle_.bundleURL(); }
+  std::optional<std::string> bundleIdentifier() const override {
+    return bundle_.bundleIdentifier();
+  }
+  std::optional<FileURL> executableURL() const override { return bundle_.executableURL(); }
+
+ private:
+  const Bundle& bundle_;
+  std::map<std::string, DictionaryValue, std::less<>> values_;
 };
 
 /// The directory of the helper's copy that travels inside `bundle`: "Contents/Library/

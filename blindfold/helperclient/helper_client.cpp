@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 using SharedState = std::shared_ptr<const HelperClientState>;
 
 MessageBody sending(HelperMessage message) {
@@ -41,7 +40,6 @@ Task<OperationResult> requestHold(SharedState client, double timeout, HoldReques
   HelperMessage message{HelperMethod::hold, DataArgument{makeJSONEncoder().encode(holdRequest)}};
   co_return co_await request<OperationResult>(client, timeout, std::move(message));
 }
-
 }  // namespace
 
 HelperClient::HelperClient(bool skipClientAuthorizationPrecheck)

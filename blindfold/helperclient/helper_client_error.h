@@ -37,7 +37,7 @@ class HelperClientError : public std::exception {
   /// The same text; see `errorDescription`.
   const char* what() const noexcept override { return description_.c_str(); }
 
-  /// What `transport` carries; null in every other case.
+  /// The error that `transport` carries; null in every other case.
   const std::exception_ptr& underlyingError() const { return underlying_; }
 
  private:

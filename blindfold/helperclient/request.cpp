@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 using Case = HelperClientError::Case;
 
 /// `seconds` as a delay that the platforms take: from none to `maximumDelay`.
@@ -96,7 +95,6 @@ class PendingRequest {
   MessageBody body_;
   std::shared_ptr<SingleOutcome> outcome_;
 };
-
 }  // namespace
 
 Task<Bytes> withConnection(std::shared_ptr<const HelperClientState> client, double timeout,

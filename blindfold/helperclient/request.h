@@ -6,7 +6,6 @@
 #include <optional>
 #include <utility>
 
-#include "blindfold/config/bundle_with_values.h"
 #include "blindfold/config/deployment_settings.h"
 #include "blindfold/config/deployment_values.h"
 #include "blindfold/helperclient/task.h"

@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 /// Ends the program because `error` has nobody to go to.
 [[noreturn]] void endProgram(const char* source, const std::exception_ptr& error) noexcept {
   std::fprintf(stderr, "%s threw an exception: %s\n", source, errorDescription(error).c_str());
@@ -33,7 +32,6 @@ Executor platformExecutor() {
     currentPlatform().timedWork.schedule(std::chrono::nanoseconds::zero(), std::move(work));
   };
 }
-
 }  // namespace
 
 class RootCoroutine::promise_type {
@@ -168,7 +166,6 @@ void spawnOn(MainLoop& mainLoop, Task<void> task) {
 
 namespace task_detail {
 namespace {
-
 /// The work of one thread that waits for a task.
 class WorkQueue {
  public:
@@ -192,7 +189,6 @@ class WorkQueue {
   std::condition_variable added_;
   std::deque<std::function<void()>> work_;
 };
-
 }  // namespace
 
 void runHere(Task<void> task) {

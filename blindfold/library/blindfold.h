@@ -15,6 +15,8 @@
 #include <stdbool.h>
 #include <stddef.h>
 
+/* NOLINTBEGIN(modernize-use-using, readability-identifier-naming): this is C. */
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -115,5 +117,7 @@ void blindfold_request_free(blindfold_request* request);
 #ifdef __cplusplus
 }
 #endif
+
+/* NOLINTEND(modernize-use-using, readability-identifier-naming) */
 
 #endif

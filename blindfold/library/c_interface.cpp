@@ -173,7 +173,6 @@ class Request : public std::enable_shared_from_this<Request> {
   std::string text_;
   std::optional<blindfold_outcome> outcome_;
 };
-
 }  // namespace
 }  // namespace blindfold
 
@@ -200,6 +199,7 @@ blindfold_request* makeRequest(const blindfold_client* client, const Make& make)
 }
 }  // namespace
 
+// NOLINTBEGIN(readability-identifier-naming): the names are those of C.
 const char* blindfold_version() {
   return BLINDFOLD_VERSION;
 }
@@ -290,3 +290,4 @@ void blindfold_request_free(blindfold_request* request) {
   const std::unique_ptr<blindfold_request> owned(request);
   blindfold_request_cancel(request);
 }
+// NOLINTEND(readability-identifier-naming)

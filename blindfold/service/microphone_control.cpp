@@ -6,7 +6,6 @@
 
 namespace blindfold {
 namespace {
-
 using Case = MicrophoneControlError::Case;
 
 /// The text of each case, before its detail.
@@ -16,7 +15,6 @@ constexpr EnumerationTable texts(
      {Case::noInputDevices, "No input microphones detected."},
      {Case::noControllableInputs, "Microphone mute control is unavailable on this Mac."},
      {Case::muteWriteFailed, "Microphone mute could not be applied."}});
-
 }  // namespace
 
 MicrophoneControlError::MicrophoneControlError(Case errorCase, std::string detail)

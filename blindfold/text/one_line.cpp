@@ -92,7 +92,6 @@ std::size_t appendPiece(std::string& line, std::string_view bytes, std::size_t p
   }
   return position + codePoint.length;
 }
-
 }  // namespace
 
 std::string oneLine(std::string_view bytes) {

@@ -17,7 +17,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr std::size_t receiveSize = std::size_t{64} * 1024;
 
 static_assert(maximumAnswerSize == maximumFramePayload);
@@ -28,7 +27,6 @@ iovec part(std::string_view bytes, std::size_t offset, std::size_t size) {
   const auto rest = bytes.substr(std::min(offset, bytes.size()), size);
   return {const_cast<char*>(rest.data()), rest.size()};
 }
-
 }  // namespace
 
 bool ByteBudget::Share::add(std::size_t count) {

@@ -9,10 +9,8 @@
 
 namespace blindfold {
 namespace {
-
 /// The time between two attempts to accept clients while there is no room for them.
 constexpr auto acceptPause = std::chrono::milliseconds(20);
-
 }  // namespace
 
 HelperService::HelperService(EventLoop& loop, const ServiceListener& listener,

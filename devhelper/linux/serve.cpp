@@ -1,11 +1,10 @@
-#include "devhelper/serve.h"
+#include "devhelper/development_helper.h"
 
 #include <optional>
 #include <utility>
 
 #include "blindfold/platform/linux/event_loop.h"
 #include "blindfold/platform/linux/service_socket.h"
-#include "devhelper/development_helper.h"
 #include "devhelper/linux/helper_service.h"
 #include "devhelper/linux/service_listener.h"
 #include "devhelper/messages.h"

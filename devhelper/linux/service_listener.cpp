@@ -14,7 +14,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr mode_t directoryMode = 0700;
 constexpr mode_t lockMode = 0600;
 constexpr mode_t socketMode = 0666;
@@ -65,7 +64,6 @@ FileDescriptor listenAt(const std::string& serviceName) {
   }
   return socket;
 }
-
 }  // namespace
 
 ServiceListener::ServiceListener(const std::string& serviceName)

@@ -1,4 +1,4 @@
-#include "devhelper/serve.h"
+#include "devhelper/development_helper.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -6,7 +6,6 @@
 
 #include "blindfold/platform/platform.h"
 #include "blindfold/text/utf8.h"
-#include "devhelper/development_helper.h"
 #include "devhelper/macos/xpc_service.h"
 #include "devhelper/messages.h"
 #include "devhelper/termination.h"

@@ -35,7 +35,7 @@ blindfold::TextArgument textArgument(NSString* text) {
 
 /// The object that one client's messages arrive at.
 @interface BlindfoldExportedHelper : NSObject <BlindfoldXPCProtocol> {
-  MessageReceiver* receiver_;
+  MessageReceiver* receiver_;  // NOLINT(readability-identifier-naming): it is private
 }
 - (instancetype)initWithReceiver:(MessageReceiver)receiver;
 @end
@@ -97,7 +97,7 @@ blindfold::TextArgument textArgument(NSString* text) {
 
 /// Accepts every client of the listener.
 @interface BlindfoldListenerDelegate : NSObject <NSXPCListenerDelegate> {
-  ClientAcceptor* acceptor_;
+  ClientAcceptor* acceptor_;  // NOLINT(readability-identifier-naming): it is private
 }
 - (instancetype)initWithAcceptor:(ClientAcceptor)acceptor;
 @end
@@ -128,7 +128,7 @@ namespace blindfold {
 namespace {
 using HandlerBlock = void (^)(void);
 
-/// What the service keeps of a connected client. Used by the main loop's work only.
+/// The service's state of a connected client. Used by the main loop's work only.
 struct Client {
   /// Replies that are never given. Releasing one would tell the client that none will come.
   std::vector<BlockReference<BlindfoldReply>> unanswered;
@@ -186,9 +186,11 @@ class Receptionist {
   const std::function<Answer(const HelperMessage&)> respond_;
 };
 
-/// A block that ends `client` once its connection is invalid.
-BlockReference<HandlerBlock> endingBlock(Receptionist& receptionist,
-                                         std::shared_ptr<Client> client) {
+/// A block that ends `client` once its connection is invalid. A block captures a reference as one,
+/// so that it needs a value of its own.
+BlockReference<HandlerBlock> endingBlock(
+    Receptionist& receptionist,
+    std::shared_ptr<Client> client) {  // NOLINT(performance-unnecessary-value-param)
   Receptionist* const shared = &receptionist;
   return BlockReference<HandlerBlock>::retaining(^{
     shared->forget(client);

@@ -23,7 +23,6 @@
 #include "blindfold/helperclient/run_task.h"
 
 namespace {
-
 using namespace blindfold;
 
 /// The signals that interrupt the program, blocked in every thread and received by one of its own.
@@ -122,7 +121,6 @@ bool holdCamera(HelperClient& client, std::chrono::seconds renewalPeriod) {
   std::printf("%s\n", syncWait(client.release(lease)).message.c_str());
   return true;
 }
-
 }  // namespace
 
 int main(int argumentCount, char* arguments[]) {

@@ -11,7 +11,6 @@
 #include "blindfold/helperclient/run_task.h"
 
 namespace {
-
 using namespace blindfold;
 
 void printLine(const std::string& line) {
@@ -34,7 +33,6 @@ void explainRefusal() {
   const auto failure = clientAuthorizationAssessment().failure;
   if (failure) printLine(std::string(descriptionOf(*failure)));
 }
-
 }  // namespace
 
 int main() {

@@ -25,7 +25,6 @@
 #include "blindfold/helperclient/run_task.h"
 
 namespace {
-
 using namespace blindfold;
 
 /// The main thread's loop. Its poll(2) ends when there is work, by a byte in a pipe.
@@ -131,7 +130,6 @@ PollLoop* signalledLoop = nullptr;
 void endLoop(int /*signal*/) {
   signalledLoop->end();
 }
-
 }  // namespace
 
 int main() {

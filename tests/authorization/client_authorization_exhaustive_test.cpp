@@ -46,7 +46,7 @@ struct Situation {
   bool secure;
 };
 
-// What is known of the client in this situation, in the words of the rules.
+// The client in this situation, in the words of the rules.
 
 bool isListed(Identifier identifier) {
   return identifier == Identifier::listed || identifier == Identifier::otherListed;

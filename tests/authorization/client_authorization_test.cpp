@@ -183,7 +183,7 @@ TEST_F(ClientAuthorizationTest, AnExecutableThatIsASymbolicLinkIsRefused) {
   expectRefused(insecureExecutablePath);
 }
 
-// What the decision depends on.
+// The inputs of the decision.
 
 TEST_F(ClientAuthorizationTest, ThePathIsJudgedBeforeTheTeam) {
   client_.identity.executablePath = "/bin/blindfoldctl";

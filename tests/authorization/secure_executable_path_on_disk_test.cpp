@@ -14,7 +14,7 @@
 #include <system_error>
 
 #include "blindfold/authorization/authorization_decision.h"
-#include "blindfold/authorization/secure_executable_path.h"
+#include "blindfold/authorization/bundle_execution_context.h"
 #include "blindfold/platform/linux/linux_bundle.h"
 #include "blindfold/platform/linux/linux_file_manager.h"
 #include "tests/support/fake_bundle.h"

@@ -1,4 +1,4 @@
-#include "blindfold/authorization/secure_executable_path.h"
+#include "blindfold/authorization/bundle_execution_context.h"
 
 #include <gtest/gtest.h>
 

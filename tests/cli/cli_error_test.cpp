@@ -6,7 +6,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(CLIErrorTest, HasItsCasesInOrder) {
   expectOrdinals({CLIError::Case::missingArgument, CLIError::Case::unsupportedCamera,
                   CLIError::Case::noResolvedTargets});
@@ -30,6 +29,5 @@ TEST(CLIErrorTest, MissingTargetsHaveATextOfTheirOwn) {
   EXPECT_EQ(error.errorDescription(), "No built-in camera targets were resolved.");
   EXPECT_STREQ(error.what(), "No built-in camera targets were resolved.");
 }
-
 }  // namespace
 }  // namespace blindfold

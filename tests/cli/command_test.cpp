@@ -18,7 +18,6 @@
 
 namespace blindfold {
 namespace {
-
 const std::string usageText =
     "usage: blindfoldctl "
     "[status|detect|hold-built-in|release|restore|renew <lease-id>|mute|unmute]\n";
@@ -271,6 +270,5 @@ TEST(CommandArgumentsTest, BytesThatAreNotUTF8AreReplaced) {
   const char* const arguments[] = {"blindfoldctl", "a\xff"};
   EXPECT_EQ(commandArguments(2, arguments), CommandArguments{"a\xef\xbf\xbd"});
 }
-
 }  // namespace
 }  // namespace blindfold

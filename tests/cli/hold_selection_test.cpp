@@ -15,7 +15,6 @@
 
 namespace blindfold {
 namespace {
-
 CameraInfo camera(const std::string& id, CameraKind kind = CameraKind::builtIn) {
   return {.id = id,
           .localizedName = "Front Camera " + id,
@@ -54,7 +53,7 @@ HoldRequest requestFor(const std::vector<TargetService>& targets,
   return makeBuiltInHoldRequest({selected}, "CAM", targets, {});
 }
 
-/// What the user would read, or "" when there is a request.
+/// The failure's text, or "" when there is a request.
 std::string refusal(const std::vector<CameraInfo>& cameras,
                     const std::optional<std::string>& selectedCameraID,
                     const std::vector<TargetService>& targets,
@@ -362,6 +361,5 @@ TEST(HoldSelectionTest, TheRequestHasTheSnapshotOfTheRunningServices) {
                              {state("a", 1), state("b", std::nullopt), state("c", 3)});
   EXPECT_EQ(request.correlationSnapshot, (std::map<std::string, std::int64_t>{{"a", 1}, {"c", 3}}));
 }
-
 }  // namespace
 }  // namespace blindfold

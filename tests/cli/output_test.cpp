@@ -22,7 +22,6 @@
 
 namespace blindfold {
 namespace {
-
 template <class Error>
 ProgramResult report(const Error& error) {
   return runInChild([&] { reportFailureAndExit(std::make_exception_ptr(error)); });
@@ -106,7 +105,7 @@ TEST(ReportFailureTest, AHostileDescriptionStaysOneLineOfText) {
 }
 
 TEST(ReportFailureTest, ALongDescriptionIsWrittenWhole) {
-  for (const std::size_t size : {4096, 65'536, 2'000'000}) {
+  for (const std::size_t size : {4096U, 65'536U, 2'000'000U}) {
     const std::string description(size, 'd');
     EXPECT_EQ(report(std::runtime_error(description)).standardError, description + "\n") << size;
   }
@@ -156,6 +155,5 @@ TEST(PrintLineTest, ALineIsWrittenInOnePiece) {
   EXPECT_EQ(pieces(STDOUT_FILENO, [] { printLine("a line"); }),
             std::vector<std::string>{"a line\n"});
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -1,8 +1,7 @@
-#include "blindfold/config/bundle_with_values.h"
+#include "blindfold/config/deployment_settings.h"
 
 #include <gtest/gtest.h>
 
-#include "blindfold/config/deployment_settings.h"
 #include "tests/support/fake_bundle.h"
 #include "tests/support/fake_file_manager.h"
 

@@ -20,7 +20,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -187,6 +186,5 @@ TEST_F(DemandingClientTest, AMessageThatTheMemoryDoesNotHoldEndsItsClientAlone) 
   other.sendMessage(status);
   EXPECT_TRUE(other.receiveFrame());
 }
-
 }  // namespace
 }  // namespace blindfold

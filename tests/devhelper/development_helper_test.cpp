@@ -14,7 +14,6 @@
 
 namespace blindfold {
 namespace {
-
 using testing::StartsWith;
 
 class SimulatedReplyTest : public testing::Test {
@@ -116,6 +115,5 @@ TEST(DevelopmentHelperTest, AMessageThatCannotBeRecordedIsNotAnswered) {
   DevelopmentHelper helper({.recordPath = "/dev/full"}, Script());
   EXPECT_THROW(helper.answer(mute), PlatformError);
 }
-
 }  // namespace
 }  // namespace blindfold

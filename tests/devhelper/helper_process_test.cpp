@@ -28,7 +28,6 @@
 // The helper without a script, and its life as a process.
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 const HelperMessage status{HelperMethod::currentState, NoArgument{}};
@@ -253,6 +252,5 @@ TEST_F(HelperProcessTest, AStandardOutputThatTakesNothingIsOneLineAndStatus1) {
     EXPECT_FALSE(std::filesystem::exists(socketPath()));
   }
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 std::string refusal(const std::vector<std::string>& arguments) {
   try {
     parseOptions(arguments);
@@ -88,6 +87,5 @@ TEST(OptionsTest, TheHelpIsTheUsageAndALineForEachOption) {
   }
   EXPECT_THAT(help, testing::HasSubstr(BLINDFOLD_DEVELOPMENT_SERVICE));
 }
-
 }  // namespace
 }  // namespace blindfold

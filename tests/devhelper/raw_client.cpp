@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr int patienceMilliseconds = 10'000;
 constexpr std::size_t receiveSize = std::size_t{64} * 1024;
 
@@ -23,7 +22,6 @@ bool becomesReady(int socket, short events, int milliseconds) {
 [[noreturn]] void throwError(const char* what) {
   throw std::system_error(errno, std::generic_category(), what);
 }
-
 }  // namespace
 
 RawClient::RawClient(const std::string& service)

@@ -14,7 +14,6 @@
 
 namespace blindfold {
 namespace {
-
 std::string contents(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
@@ -86,6 +85,5 @@ TEST(RecorderTest, AFullFileIsAFailure) {
   Recorder recorder("/dev/full");
   EXPECT_THROW(recorder.append({HelperMethod::muteMic, NoArgument{}}), PlatformError);
 }
-
 }  // namespace
 }  // namespace blindfold

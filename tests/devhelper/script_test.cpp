@@ -13,7 +13,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
@@ -31,7 +30,7 @@ std::string refusal(const std::string& text) {
   return "(accepted)";
 }
 
-/// What is wrong with `hold:withReply: ACTION`.
+/// The error of `hold:withReply: ACTION`.
 std::string refusalOf(const std::string& action) {
   const std::string place = "s:1: ";
   const auto text = refusal("hold:withReply: " + action);
@@ -295,6 +294,5 @@ TEST(ScriptTest, RefusesTheActionsThatXPCCannotCarryOut) {
     EXPECT_NO_THROW(Script("muteMic: " + action, "s", Carrier::frames)) << action;
   }
 }
-
 }  // namespace
 }  // namespace blindfold

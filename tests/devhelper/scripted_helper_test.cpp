@@ -14,10 +14,9 @@
 #include "tests/devhelper/running_helper.h"
 #include "tests/support/program.h"
 
-// What a client sees of every action of a script.
+// A client's view of every action of a script.
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 using SteadyClock = std::chrono::steady_clock;
 
@@ -220,6 +219,5 @@ TEST_F(ScriptedHelperTest, AMissingScriptIsOneLineAndStatus2) {
   EXPECT_EQ(result.standardError,
             "blindfold-devhelper: cannot read '/nonexistent': No such file or directory\n");
 }
-
 }  // namespace
 }  // namespace blindfold

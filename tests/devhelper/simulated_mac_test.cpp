@@ -14,7 +14,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 constexpr Instant startDate = std::chrono::sys_days(std::chrono::year{2025} / 3 / 4) + 10h;
@@ -367,6 +366,5 @@ TEST_F(SimulatedMacTest, MicrophonesStayMutedWhenAHoldEnds) {
   mac_.release(std::nullopt);
   EXPECT_TRUE(mac_.currentState().micMuted);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -23,7 +23,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 const HelperMessage status{HelperMethod::currentState, NoArgument{}};
@@ -176,6 +175,5 @@ TEST_F(TerminationTest, AHangUpThatWasIgnoredAtTheStartStaysIgnored) {
   client.sendMessage(status);
   EXPECT_TRUE(client.receiveFrame());
 }
-
 }  // namespace
 }  // namespace blindfold

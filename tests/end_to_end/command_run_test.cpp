@@ -14,7 +14,6 @@
 
 namespace blindfold {
 namespace {
-
 using CommandRunTest = EndToEndTest;
 
 template <class Record>
@@ -191,6 +190,5 @@ TEST_F(CommandRunTest, AnUnsuccessfulResultIsPrintedWithStatusZero) {
               "\n");
   expectPrinted(run({"restore"}), R"({"message":"1\/2 restored","success":false})");
 }
-
 }  // namespace
 }  // namespace blindfold

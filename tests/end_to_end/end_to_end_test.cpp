@@ -12,7 +12,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 constexpr auto messageDeadline = 10s;
@@ -65,7 +64,6 @@ int occurrences(std::string_view text, std::string_view word) {
   }
   return result;
 }
-
 }  // namespace
 
 void writeFile(const std::string& path, const std::string& bytes) {

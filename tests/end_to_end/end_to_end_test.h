@@ -52,7 +52,7 @@ class EndToEndTest : public testing::Test {
   RunningProgram start(const std::vector<std::string>& words,
                        const ProgramOptions& options = {}) const;
 
-  /// What the helper received, a line a message.
+  /// The messages that the helper received, a line each.
   std::string record() const { return readFile(path("record")); }
 
   /// Waits until the helper has received `count` messages with this selector. Fails the test after

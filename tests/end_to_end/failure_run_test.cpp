@@ -1,4 +1,4 @@
-// What the user sees when the helper is not there, goes away or talks nonsense.
+// The tool's output when the helper is absent, goes away or sends malformed replies.
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,6 @@
 
 namespace blindfold {
 namespace {
-
 using FailureRunTest = EndToEndTest;
 
 const std::string unavailable = "Protection service is unavailable.";
@@ -179,6 +178,5 @@ TEST_F(FailureRunTest, AHelperThatIsSlowButFastEnoughIsAnswered) {
               "\n");
   expectPrinted(run({"status"}), R"({"heldTargets":[],"micMuted":false,"mode":"slow"})");
 }
-
 }  // namespace
 }  // namespace blindfold

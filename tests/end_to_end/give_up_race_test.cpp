@@ -17,7 +17,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr int requestCount = 10'000;
 
 /// About as long as a request takes.
@@ -75,6 +74,5 @@ TEST_F(GiveUpRaceEndToEndTest, TenThousandRequestsGivenUpAtRandomMomentsLeaveNoD
   EXPECT_EQ(syncWait(client.currentState()).mode, "idle");
   stopHelper();
 }
-
 }  // namespace
 }  // namespace blindfold

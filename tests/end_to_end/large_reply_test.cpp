@@ -10,7 +10,6 @@
 
 namespace blindfold {
 namespace {
-
 using LargeReplyTest = EndToEndTest;
 
 constexpr int many = 100'000;
@@ -63,6 +62,5 @@ TEST_F(LargeReplyTest, AMillionOpenBracketsAreAnErrorAndNotACrash) {
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_LT(result.standardError.size(), 300U);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 class LinkedDeploymentTest : public EndToEndTest {
  protected:
   LinkedDeploymentTest() : EndToEndTest({BLINDFOLD_LINKED_TOOL, BLINDFOLD_LINKED_SERVICE}) {}
@@ -35,6 +34,5 @@ TEST_F(LinkedDeploymentTest, WithoutALinkedListTheInfoFileAroundTheToolNamesTheH
   startHelper();
   expectPrinted(runProgram({around.tool, "status"}), idleState);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -15,7 +15,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 constexpr auto timeBeforeExit = 20ms;
@@ -69,6 +68,5 @@ TEST(RequestAtExitTest, AProcessEndsWhileItsThreadsMakeRequests) {
   EXPECT_EQ(result.exitStatus, EXIT_SUCCESS) << result.standardError;
   EXPECT_EQ(result.standardError, "");
 }
-
 }  // namespace
 }  // namespace blindfold

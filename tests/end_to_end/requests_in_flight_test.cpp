@@ -19,7 +19,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr int requestsInFlight = 64;
 
 /// The Linux platform, but for a bundle that names the service and the development helper.
@@ -77,6 +76,5 @@ TEST_F(RequestsInFlightTest, SixtyFourMixedRequestsEachEndInTheirOwnWay) {
     EXPECT_EQ(describeFailure(*ending), "no such microphone");
   }
 }
-
 }  // namespace
 }  // namespace blindfold

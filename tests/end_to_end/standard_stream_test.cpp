@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 using StandardStreamTest = EndToEndTest;
 
 TEST_F(StandardStreamTest, AFullStandardOutputIsAFailure) {
@@ -41,6 +40,5 @@ TEST_F(StandardStreamTest, AReaderThatGoesAwayEndsTheToolAsItDoesAnyFilter) {
   EXPECT_EQ(result.signal, SIGPIPE);
   EXPECT_EQ(result.standardError, "");
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -1,4 +1,4 @@
-// What a run asks of the system, seen by strace: the tool as it ships does nothing beside its
+// The system calls of a run, counted by strace: the tool as it ships does nothing beside its
 // request.
 
 #include <gtest/gtest.h>
@@ -12,7 +12,6 @@
 
 namespace blindfold {
 namespace {
-
 class SystemCallTest : public EndToEndTest {
  protected:
   SystemCallTest() : EndToEndTest({BLINDFOLD_LINKED_TOOL, BLINDFOLD_LINKED_SERVICE}) {}
@@ -90,6 +89,5 @@ TEST_F(SystemCallTest, AnUnknownWordIsAnsweredWithoutLookingForTheHelper) {
   EXPECT_EQ(trace.find("access("), std::string::npos);
   EXPECT_EQ(trace.find("socket("), std::string::npos);
 }
-
 }  // namespace
 }  // namespace blindfold

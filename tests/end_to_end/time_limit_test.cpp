@@ -12,7 +12,6 @@
 
 namespace blindfold {
 namespace {
-
 using TimeLimitTest = EndToEndTest;
 
 const std::string tookTooLong = "Protection service took too long to respond.";
@@ -82,6 +81,5 @@ TEST_F(TimeLimitTest, StopsAndSignalsNeitherEndNorStretchARequest) {
   }
   expectTimeout(status.wait(), 5.0);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -17,7 +17,6 @@ void* __real_realloc(void* block, std::size_t size);
 }
 
 namespace {
-
 bool isCounting = false;
 unsigned long callCount = 0;
 int countFile = -1;
@@ -40,7 +39,6 @@ bool fails() {
   if (path != nullptr) countFile = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
   isCounting = true;
 }
-
 }  // namespace
 
 extern "C" {

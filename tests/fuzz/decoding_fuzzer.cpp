@@ -14,12 +14,11 @@
 #include "blindfold/model/json/record_decoding.h"
 #include "blindfold/text/one_line.h"
 
-// Whatever the bytes: decoding gives a record, or a `DecodingError` whose text is one line of valid
+// For any bytes decoding gives a record, or a `DecodingError` whose text is one line of valid
 // UTF-8. Decoding in one pass gives the same record, and none where there is an error. A record
 // encodes to one line, which decodes to an equal record, which encodes to the same bytes.
 
 namespace {
-
 using namespace blindfold;
 
 void require(bool condition, const char* expectation) {
@@ -59,7 +58,6 @@ void fuzz(std::string_view bytes) {
   require(makeJSONEncoder().encode(*recordOfOnePass) == text, "one pass gives the same record");
   requireRoundTrip(*record, text);
 }
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -11,12 +11,11 @@
 #include "blindfold/platform/platform_error.h"
 #include "blindfold/text/one_line.h"
 
-// Whatever the bytes: a reader gives the same frames, and then the same error, in whatever parts
+// For any bytes a reader gives the same frames, and then the same error, in whatever parts
 // the bytes arrive, and a frame is the bytes that it was read from.
 
 namespace blindfold {
 namespace {
-
 void require(bool condition, const char* statement) {
   if (condition) return;
   std::fprintf(stderr, "not so: %s\n", statement);
@@ -51,7 +50,6 @@ void requireWhole(const Reading& reading, std::string_view stream) {
   for (const Frame& frame : reading.frames) bytes += encodeFrame(frame);
   require(stream.starts_with(bytes), "the frames are the bytes that they were read from");
 }
-
 }  // namespace
 }  // namespace blindfold
 

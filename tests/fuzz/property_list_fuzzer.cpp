@@ -10,7 +10,6 @@
 
 namespace blindfold {
 namespace {
-
 // Texts are UTF-8 without NUL, whatever the list holds.
 void expectText(std::string_view text) {
   const auto isNotNUL = [](char32_t codePoint) { return codePoint != 0; };
@@ -23,7 +22,6 @@ void expectTexts(const DictionaryValue& value) {
     for (const auto& element : *array) expectText(element.value_or(""));
   }
 }
-
 }  // namespace
 }  // namespace blindfold
 

@@ -13,13 +13,12 @@
 #include "devhelper/development_helper.h"
 #include "devhelper/recorder.h"
 
-// Whatever the payloads of the requests: each is refused with one line, or is the payload of the
+// Any payload of a request is refused with one line, or is the payload of the
 // message read from it, which the development helper records as one line and answers by one line of
 // JSON.
 
 namespace blindfold {
 namespace {
-
 void require(bool condition, const char* statement) {
   if (condition) return;
   std::fprintf(stderr, "not so: %s\n", statement);
@@ -39,7 +38,6 @@ void answer(DevelopmentHelper& helper, std::string_view payload) {
     require(error.what() == oneLine(error.what()), "an error is one line");
   }
 }
-
 }  // namespace
 }  // namespace blindfold
 

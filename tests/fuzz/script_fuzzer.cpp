@@ -9,12 +9,11 @@
 #include "devhelper/messages.h"
 #include "devhelper/script.h"
 
-// Whatever the text of a script: it is refused with one line that names the script, or each
+// Any text of a script is refused with one line that names the script, or each
 // method's last directive repeats.
 
 namespace blindfold {
 namespace {
-
 void require(bool condition, const char* statement) {
   if (condition) return;
   std::fprintf(stderr, "not so: %s\n", statement);
@@ -26,7 +25,6 @@ void requireRepetition(Script script, HelperMethod method, std::size_t longest) 
   for (std::size_t count = 0; last && count < longest; ++count) last = script.next(method);
   require(script.next(method) == last, "the last directive repeats");
 }
-
 }  // namespace
 }  // namespace blindfold
 

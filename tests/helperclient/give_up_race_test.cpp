@@ -19,7 +19,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr int rounds = 100;
 constexpr int requestsPerRound = 100;
 constexpr int eventThreads = 2;
@@ -120,6 +119,5 @@ TEST_F(GiveUpRaceTest, TenThousandRequestsGivenUpAtRandomMomentsLeaveNothing) {
   }
   EXPECT_EQ(state_.use_count(), owners) << "the frame of a coroutine is left";
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 using Case = HelperClientError::Case;
 
 TEST(HelperClientErrorTest, HasItsCasesInOrder) {
@@ -54,6 +53,5 @@ TEST(HelperClientErrorTest, SomethingThrownThatIsNoErrorStillHasAText) {
   EXPECT_EQ(HelperClientError::transport(std::make_exception_ptr(7)).errorDescription(),
             "An unknown error occurred.");
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -19,7 +19,6 @@
 
 namespace blindfold {
 namespace {
-
 using Case = HelperClientError::Case;
 
 const Bytes idleState = R"({"heldTargets":[],"micMuted":false,"mode":"idle"})";
@@ -69,7 +68,7 @@ class HelperClientTest : public testing::Test {
                                                                  fake_.platform, fake_.settings)};
 };
 
-// What a client is made of.
+// A client's construction.
 
 /// A state keeps references to these, so that temporaries would be gone when a request reads them.
 static_assert(
@@ -490,6 +489,5 @@ TEST_F(HelperClientTest, AnEmptyReplyIsTransport) {
   EXPECT_NE(describeFailure(*ending), text(Case::invalidResponse));
   EXPECT_NE(describeFailure(*ending), "no failure");
 }
-
 }  // namespace
 }  // namespace blindfold

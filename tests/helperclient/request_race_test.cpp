@@ -20,7 +20,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr int requestsPerRound = 100;
 
 /// As many rounds as BLINDFOLD_RACE_OUTCOMES of the environment asks for, 100,000 outcomes by
@@ -106,6 +105,5 @@ TEST(RequestRaceTest, RequestsWithAllEventsAtOnceEndOnceEach) {
   EXPECT_EQ(invalidatedOnce, rounds * requestsPerRound);
   EXPECT_EQ(freed, rounds * requestsPerRound);
 }
-
 }  // namespace
 }  // namespace blindfold

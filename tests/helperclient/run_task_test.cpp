@@ -18,7 +18,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 constexpr auto deadline = 10s;
@@ -291,7 +290,7 @@ TEST_F(RunTaskTest, ATaskThatIsNotStartedIsDestroyedWithoutARequest) {
   EXPECT_TRUE(fake_.log.calls().empty());
 }
 
-// What nobody can receive.
+// Exceptions that nobody can receive.
 
 using RunTaskDeathTest = RunTaskTest;
 
@@ -329,6 +328,5 @@ TEST_F(RunTaskDeathTest, AnExceptionThatLeavesASpawnedTaskEndsTheProgramWithAMes
       },
       "A task that nobody awaits threw an exception: no handler");
 }
-
 }  // namespace
 }  // namespace blindfold

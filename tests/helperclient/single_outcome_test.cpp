@@ -16,7 +16,6 @@
 
 namespace blindfold {
 namespace {
-
 using namespace std::chrono_literals;
 
 class SingleOutcomeTest : public testing::Test {
@@ -123,6 +122,5 @@ TEST_F(SingleOutcomeTest, ACallerThatGivesUpBetweenTheOutcomeAndItsResumptionIsN
   EXPECT_EQ(resumptions_, 0);
   EXPECT_EQ(connection_->invalidations(), 1);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 Task<int> seven(std::shared_ptr<int> starts) {
   ++*starts;
   co_return 7;
@@ -97,6 +96,5 @@ TEST(SpawnDeathTest, AnExceptionThatLeavesASpawnedTaskEndsTheProcess) {
       },
       "nobody listens");
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -6,7 +6,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(CodingPathTest, NamesTheDocument) {
   EXPECT_EQ(CodingPath().description(), "the document");
 }
@@ -60,6 +59,5 @@ TEST(ExcerptTest, CutsALongNumber) {
 TEST(ExcerptTest, EscapesTheCharactersThatATerminalActsOn) {
   EXPECT_EQ(excerpt(JSONValue{"\"\x7F\u200E\""}), R"("\u007f\u200e")");
 }
-
 }  // namespace
 }  // namespace blindfold

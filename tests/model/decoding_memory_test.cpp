@@ -14,11 +14,9 @@
 #include "tests/model/sample_records.h"
 
 namespace {
-
 // The bytes that are allocated now, and the most that ever were.
 std::size_t liveBytes = 0;
 std::size_t peakBytes = 0;
-
 }  // namespace
 
 // NOLINTBEGIN(cppcoreguidelines-owning-memory, misc-new-delete-overloads)
@@ -40,7 +38,6 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 
 namespace blindfold {
 namespace {
-
 /// The most bytes allocated at one time in `body`, beside those allocated before.
 template <class Body>
 std::size_t peakOf(const Body& body) {
@@ -95,6 +92,5 @@ TEST(EncodingMemoryTest, ATextIsWrittenOnce) {
   const std::size_t peak = peakOf([&] { size = makeJSONEncoder().encode(result).size(); });
   EXPECT_LT(peak, size + size / 4);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(ServiceIDTest, JoinsDomainAndLabelByAColon) {
   EXPECT_EQ(serviceID(ServiceDomain::system, "com.example.one"), "system:com.example.one");
   EXPECT_EQ(serviceID(ServiceDomain::gui, "com.example.one"), "gui:com.example.one");
@@ -65,6 +64,5 @@ TEST(DetectionResultTest, TheLengthOfAListTakesPartInEquality) {
   other.notes.pop_back();
   EXPECT_NE(other, sample::detection());
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 template <class E>
 class EnumerationsTest : public testing::Test {};
 
@@ -77,6 +76,5 @@ TEST(ControlModeTest, HasItsCasesInOrder) {
   expectOrdinals({ControlMode::sigstop, ControlMode::sigtermDebug});
   EXPECT_EQ(EnumerationCoding<ControlMode>::rawValues.size(), 2U);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 HeldTarget heldTarget(std::optional<std::int64_t> pid) {
   return {.label = "com.apple.appleh13camerad",
           .domain = ServiceDomain::system,
@@ -61,6 +60,5 @@ TEST(OperationResultTest, AResultWithAHoldStateDiffersFromOneWithout) {
   other.holdState = std::nullopt;
   EXPECT_NE(other, sample::operationResult());
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -10,7 +10,6 @@
 
 namespace blindfold {
 namespace {
-
 using sample::instant;
 
 TEST(ParseISO8601Test, ReadsUTC) {
@@ -130,6 +129,5 @@ TEST(FormatISO8601Test, EveryDayOfACalendarCycleIsReadBack) {
     ASSERT_EQ(parseISO8601(formatISO8601(each)), each) << formatISO8601(each);
   }
 }
-
 }  // namespace
 }  // namespace blindfold

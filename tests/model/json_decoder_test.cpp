@@ -16,7 +16,6 @@
 
 namespace blindfold {
 namespace {
-
 using Kind = DecodingError::Kind;
 
 template <Record T>
@@ -576,6 +575,5 @@ TEST(JSONDecoderTest, TextOfTheInputCannotBreakTheLineOfAnError) {
             "kind: expected a CameraKind, found "
             "\"\\n\\u001b\\u007f\\u0085\\u2028\\u202e\U0001F4F7\"");
 }
-
 }  // namespace
 }  // namespace blindfold

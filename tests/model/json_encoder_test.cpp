@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 template <Record T>
 std::string encode(const T& record) {
   return makeJSONEncoder().encode(record);
@@ -219,6 +218,5 @@ TEST(JSONEncoderTest, MayBeUsedAgain) {
   const JSONEncoder encoder = makeJSONEncoder();
   EXPECT_EQ(encoder.encode(sample::holdState()), encoder.encode(sample::holdState()));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 template <Record T>
 std::string encode(const T& record) {
   return makeJSONEncoder().encode(record);
@@ -89,6 +88,5 @@ TEST(RoundTripTest, AnyBytesComeBackAsTheirRepairedText) {
     ASSERT_EQ(decode<OperationResult>(encode(result)).message, repairUTF8(result.message));
   }
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 std::string written(std::string_view text) {
   std::string json;
   appendJSONString(json, text);
@@ -108,6 +107,5 @@ TEST(JSONEscapeTest, NeedsABackslash) {
   EXPECT_FALSE(readJSONEscape(""));
   EXPECT_FALSE(readJSONEscape("\\"));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 std::vector<std::string> elementsOf(std::string_view array) {
   std::vector<std::string> texts;
   JSONElements elements(JSONValue{array});
@@ -81,6 +80,5 @@ TEST(JSONMembersTest, ComeInTurnEqualKeysAndAll) {
       {"a", "1"}, {"b:,}", "[{}]"}, {"a", "\":\""}, {"\\u0061", "null"}};
   EXPECT_EQ(membersOf("{\"a\":1 , \"b:,}\" :[{}],\n\"a\": \":\",\"\\u0061\":null}"), expected);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 bool precedes(std::string_view left, std::string_view right) {
   return SortableKey(left) < SortableKey(right);
 }
@@ -222,6 +221,5 @@ TEST(KeyOrderPropertyTest, IsTheOrderOfTheElements) {
     }
   }
 }
-
 }  // namespace
 }  // namespace blindfold

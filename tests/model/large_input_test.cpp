@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 // Large and hostile inputs take time in proportion to their size: what is linear stays far below
 // this limit even in a sanitized build, what is quadratic would take hours.
 constexpr std::chrono::seconds limit{20};
@@ -154,6 +153,5 @@ TEST(LargeInputTest, ManyNotesWithTheLastOneWrong) {
     }
   });
 }
-
 }  // namespace
 }  // namespace blindfold

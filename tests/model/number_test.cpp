@@ -13,7 +13,6 @@
 
 namespace blindfold {
 namespace {
-
 using Limits = std::numeric_limits<std::int64_t>;
 
 template <class T>
@@ -223,6 +222,5 @@ TEST(WrittenDoubleTest, EveryDurationInMillisecondsIsReadBackExactly) {
     ASSERT_LE(text.size(), 6U) << text;
   }
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 /// `plainLength` without the examination of several characters at a time.
 template <SlashIs slash>
 std::size_t lengthCharacterByCharacter(std::string_view text) {
@@ -58,6 +57,5 @@ TEST(PlainCharactersTest, AreCountedToTheEndOfATextOfAnyLength) {
     EXPECT_EQ(plainLength(std::string_view(text).substr(0, length)), length);
   }
 }
-
 }  // namespace
 }  // namespace blindfold

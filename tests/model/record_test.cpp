@@ -15,7 +15,6 @@
 
 namespace blindfold {
 namespace {
-
 // Another value of each type that a field can have.
 bool changed(bool value) {
   return !value;
@@ -164,7 +163,6 @@ struct ConstructedFromOne {
   int first;
   int second = 0;
 };
-
 }  // namespace
 
 template <>
@@ -182,7 +180,6 @@ struct FieldTable<ConstructedFromOne> {
 };
 
 namespace {
-
 TEST(FieldTableTest, CoversEveryMemberWhenThereAreAsManyRows) {
   EXPECT_TRUE(tableCoversEveryMember<OneMember>());
 }
@@ -194,6 +191,5 @@ TEST(FieldTableTest, DoesNotCoverAMemberWithoutARow) {
 TEST(FieldTableTest, DoesNotCoverAMemberThatTheConstructorLeavesOut) {
   EXPECT_FALSE(tableCoversEveryMember<ConstructedFromOne>());
 }
-
 }  // namespace
 }  // namespace blindfold

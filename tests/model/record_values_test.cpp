@@ -16,7 +16,6 @@
 
 namespace blindfold {
 namespace {
-
 template <class T>
 T decoded(const std::string& json) {
   return JSONDecoder{}.decode<T>(json);
@@ -145,6 +144,5 @@ TEST(TextValueTest, SpaceAroundATextIsPartOfIt) {
   EXPECT_EQ(decoded<OperationResult>(json).message, " \t a\n ");
   EXPECT_EQ(recoded<OperationResult>(json), json);
 }
-
 }  // namespace
 }  // namespace blindfold

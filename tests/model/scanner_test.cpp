@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 std::optional<DecodingFailure> failureOfScanning(std::string_view text) {
   return failureOf([text] { scanJSON(text); });
 }
@@ -207,6 +206,5 @@ TEST(ScannerTest, EveryTruncationOfADocumentIsAnError) {
     EXPECT_TRUE(isValidUTF8(failure->text)) << length;
   }
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -15,7 +15,6 @@
 
 namespace blindfold {
 namespace {
-
 /// The record that a decoding gave, as its JSON text; `std::nullopt` when it gave none.
 template <class T>
 std::optional<std::string> textOf(const std::optional<T>& record) {
@@ -224,6 +223,5 @@ TEST(SinglePassReaderTest, TakesTheFirstOfEqualKeysOfAMap) {
   expectAccepted<HoldRequest>(beginning + R"({"a":1,"b":2,"a":3,"\u0061":"x"}})");
   expectDeclined<HoldRequest>(beginning + R"({"a":1,"a":01}})");
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 template <class Interface>
 class CapabilityTest : public testing::Test {};
 
@@ -31,6 +30,5 @@ TYPED_TEST(CapabilityTest, AnImplementationIsDestroyedThroughIt) {
   capability.reset();
   EXPECT_TRUE(destroyed);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -6,7 +6,6 @@
 
 namespace blindfold {
 namespace {
-
 struct FakeQueue : DispatchQueue {};
 
 const Instant soon{std::chrono::seconds{1'000}};
@@ -44,6 +43,5 @@ TEST_F(LaunchctlInspectorCacheTest, AnEntryKeepsItsValueAndItsEnd) {
   EXPECT_NE(cache_.discoveredSystemLabelsEntry, (Entry{.value = {"a"}, .expiresAt = soon}));
   EXPECT_NE(cache_.discoveredSystemLabelsEntry, (Entry{.value = {"a", "b"}, .expiresAt = {}}));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -6,7 +6,6 @@
 
 namespace blindfold {
 namespace {
-
 using Case = MicrophoneControlError::Case;
 
 struct Row {
@@ -64,6 +63,5 @@ TEST(MicrophoneMuteOutcomeTest, ItIsEqualWhenEveryFieldIs) {
   EXPECT_NE(outcome, (MicrophoneMuteOutcome{3, 4, 1}));
   EXPECT_NE(outcome, (MicrophoneMuteOutcome{3, 2, 4}));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 using Case = SignalControllerError::Case;
 
 constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
@@ -70,6 +69,5 @@ TEST(SignalControllerErrorTest, ItIsCaughtAsAnyExceptionWithTheSameText) {
     EXPECT_STREQ(error.what(), "No PID found for label.");
   }
 }
-
 }  // namespace
 }  // namespace blindfold

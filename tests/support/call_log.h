@@ -7,7 +7,7 @@
 
 namespace blindfold {
 
-/// What the fakes of one test were asked to do, in order. Any thread may call.
+/// The calls that the fakes of one test received, in order. Any thread may call.
 class CallLog {
  public:
   void add(std::string call) {

@@ -15,7 +15,7 @@
 namespace blindfold {
 
 /// A connection whose other end is the test: the test says when the helper replies, fails a message
-/// or goes away, from any thread. It calls no handler from inside a call and lets go of all of them
+/// or goes away, from any thread. It calls no handler from inside a call and releases all of them
 /// once its invalidation has been delivered, as every connection promises.
 class FakeHelperConnection final : public HelperConnection {
  public:
@@ -27,7 +27,7 @@ class FakeHelperConnection final : public HelperConnection {
 
   explicit FakeHelperConnection(CallLog& log) : log_(log) {}
 
-  // What the tool calls.
+  // Calls of the client.
 
   void setInvalidationHandler(std::function<void()> handler) override {
     enter("set the invalidation handler");
@@ -57,7 +57,7 @@ class FakeHelperConnection final : public HelperConnection {
     ++invalidations_;
   }
 
-  // What the test does as the system and the helper. Each calls the handler that the event has, if
+  // Events that the test causes as the system and the helper. Each calls the handler that the event has, if
   // the tool has set one by now and the connection still holds it.
 
   void becomeInvalid() const {
@@ -96,7 +96,7 @@ class FakeHelperConnection final : public HelperConnection {
   bool speaksProtocol = true;
   /// The call that throws, if one does.
   std::optional<Refusal> refusal;
-  /// What happens on another thread while a call is under way: events that arrive between two steps
+  /// Runs on another thread while a call is under way, for events that arrive between two steps
   /// of a request.
   std::function<void(const std::string& call)> meanwhile;
 

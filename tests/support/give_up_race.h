@@ -77,7 +77,7 @@ class WorkThreads {
 };
 
 /// Starts tasks from several threads and gives each up at a random moment, from a random thread.
-/// What else happens to them is the test's business.
+/// All other events are the test's business.
 ///
 /// Checks, for each task: once it is given up its callback does not run, and nothing is left of the
 /// callback or of the coroutine; a task that is not given up ends.

@@ -29,7 +29,6 @@
 namespace blindfold {
 
 namespace {
-
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t readSize = std::size_t{64} * 1024;
@@ -227,7 +226,6 @@ int pollTimeout(Clock::time_point limit) {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now()).count();
   return static_cast<int>(std::clamp<std::int64_t>(left, 0, 1'000'000));
 }
-
 }  // namespace
 
 class RunningProgram::Child {

@@ -18,7 +18,6 @@
 
 namespace blindfold {
 namespace {
-
 using std::chrono::milliseconds;
 
 TEST(ProgramTest, StatusAndBothStreamsComeBackExactly) {
@@ -169,6 +168,5 @@ TEST(TemporaryDirectoryTest, ItGoesAwayWithEverythingInIt) {
   }
   EXPECT_FALSE(std::filesystem::exists(path));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 /// The characters for which `matches` holds, in ascending order.
 template <class Predicate>
 std::string charactersThat(const Predicate& matches) {
@@ -46,6 +45,5 @@ TEST(ASCIITest, AUnicodeEscapeHasFourLowerCaseDigits) {
   appendUnicodeEscape(text, 0xABCD);
   EXPECT_EQ(text, "a\\u001f\\uabcd");
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -4,7 +4,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(CaseFoldingTest, FoldsASCIILetters) {
   EXPECT_EQ(foldCase(U'A'), U'a');
   EXPECT_EQ(foldCase(U'Z'), U'z');
@@ -70,6 +69,5 @@ TEST(CaseFoldingTest, TheTableIsInAscendingOrder) {
     previous = folding.last;
   }
 }
-
 }  // namespace
 }  // namespace blindfold

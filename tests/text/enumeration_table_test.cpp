@@ -4,7 +4,6 @@
 
 namespace blindfold {
 namespace {
-
 enum class Fruit { apple, pear, plum };
 
 struct FruitDescription {
@@ -51,6 +50,5 @@ TEST(EnumerationTableTest, VisitsItsRowsInOrder) {
   for (const auto& row : names) visited += row.text;
   EXPECT_EQ(visited, "applepear");
 }
-
 }  // namespace
 }  // namespace blindfold

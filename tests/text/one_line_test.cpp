@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(OneLineTest, PlainTextStaysAsItIs) {
   EXPECT_EQ(oneLine("Protection service: \xC3\xA9 \"\\/\" \xF0\x9F\x93\xB7"),
             "Protection service: \xC3\xA9 \"\\/\" \xF0\x9F\x93\xB7");
@@ -102,6 +101,5 @@ TEST(OneLineExcerptTest, AMaximumOfNothingLeavesTheEllipsis) {
   EXPECT_EQ(oneLineExcerpt("a", 0), "…");
   EXPECT_EQ(oneLineExcerpt("", 0), "");
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -8,7 +8,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr bool isSurrogate(char32_t codePoint) {
   return codePoint >= 0xD800 && codePoint <= 0xDFFF;
 }
@@ -114,6 +113,5 @@ TEST(UTF8Test, EveryPairOfBytesIsRepairedToValidText) {
     }
   }
 }
-
 }  // namespace
 }  // namespace blindfold

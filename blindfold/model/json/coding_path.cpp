@@ -4,7 +4,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr std::size_t maximumExcerptLength = 48;
 
 void appendStep(std::string& path, std::string_view name) {
@@ -19,7 +18,6 @@ void appendStep(std::string& path, std::size_t index) {
 void appendStep(std::string& path, const JSONString& key) {
   path += '[' + excerpt(key) + ']';
 }
-
 }  // namespace
 
 std::string CodingPath::description() const {

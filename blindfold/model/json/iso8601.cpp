@@ -16,7 +16,7 @@ using std::chrono::seconds;
 using std::chrono::sys_days;
 using std::chrono::sys_seconds;
 
-// Forms, in which a 0 matches any digit and every other character itself.
+/// Forms, in which a 0 matches any digit and every other character itself.
 constexpr std::string_view localTimeForm = "0000-00-00T00:00:00";
 constexpr std::string_view offsetForm = "00:00";
 
@@ -76,7 +76,6 @@ std::optional<minutes> parseZone(std::string_view text) {
 void writeDigits(std::string& text, std::size_t end, int number) {
   for (; number > 0; number /= 10) text[--end] = static_cast<char>('0' + number % 10);
 }
-
 }  // namespace
 
 std::optional<Instant> parseISO8601(std::string_view text) {

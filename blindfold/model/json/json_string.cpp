@@ -68,7 +68,6 @@ void appendEscape(std::string& json, char character) {
   json += '\\';
   json += escape->letter;
 }
-
 }  // namespace
 
 std::optional<JSONEscape> readJSONEscape(std::string_view text) {

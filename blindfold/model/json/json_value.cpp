@@ -14,7 +14,6 @@
 
 namespace blindfold {
 namespace {
-
 constexpr EnumerationTable typeNames(&EnumerationText<JSONType>::value,
                                      {{JSONType::null, "null"},
                                       {JSONType::boolean, "a boolean"},
@@ -238,7 +237,6 @@ std::optional<JSONValue> takeValue(std::string_view& rest) {
   rest.remove_prefix(value.text.size());
   return value;
 }
-
 }  // namespace
 
 std::string_view nameOf(JSONType type) {

@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 /// A number as an integer times a power of ten. `digits` has neither leading nor trailing zeros and
 /// is empty when the number is zero.
 struct Decimal {
@@ -66,13 +65,13 @@ void shorten(Decimal& decimal) {
 
 /// The value of `number` if it has neither fraction nor exponent and fits in 64 signed bits.
 std::optional<std::int64_t> parsePlainInteger(std::string_view number) {
-  const char* const end = number.data() + number.size();
+  const char* const begin = number.data();
+  const char* const end = begin + number.size();
   std::int64_t value = 0;
-  const auto result = std::from_chars(number.data(), end, value);
+  const auto result = std::from_chars(begin, end, value);
   if (result.ec != std::errc{} || result.ptr != end) return std::nullopt;
   return value;
 }
-
 }  // namespace
 
 std::optional<std::int64_t> parseInteger(std::string_view number) {

@@ -6,7 +6,6 @@
 
 namespace blindfold {
 namespace {
-
 [[noreturn]] void fail(DecodingError::Kind kind, const CodingPath& path, std::string_view wanted,
                        std::string_view found) {
   throw DecodingError(kind, path.description() + ": expected " + std::string(wanted) + ", found " +
@@ -17,7 +16,6 @@ namespace {
 [[noreturn]] void reject(const JSONValue& value, const CodingPath& path, std::string_view wanted) {
   fail(DecodingError::Kind::dataCorrupted, path, wanted, excerpt(value));
 }
-
 }  // namespace
 
 void ValueReader::expect(JSONType type, const JSONValue& value, const CodingPath& path,

@@ -25,7 +25,6 @@
 
 namespace blindfold {
 namespace {
-
 /// On Linux CLOCK_MONOTONIC.
 using Clock = std::chrono::steady_clock;
 using Work = std::function<void()>;
@@ -70,7 +69,6 @@ Work takeFirst(std::deque<Work>& queue) {
   queue.pop_front();
   return first;
 }
-
 }  // namespace
 
 /// The loop's state; its own threads and its timed work share it. One lock guards all of it.

@@ -77,8 +77,9 @@ class Cursor {
 
 std::optional<std::uint64_t> numberOf(std::string_view digits, int base) {
   std::uint64_t value = 0;
-  const char* const end = digits.data() + digits.size();
-  const auto [stop, error] = std::from_chars(digits.data(), end, value, base);
+  const char* const begin = digits.data();
+  const char* const end = begin + digits.size();
+  const auto [stop, error] = std::from_chars(begin, end, value, base);
   return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
 }
 

@@ -14,8 +14,9 @@
 
 namespace blindfold {
 namespace {
-// A block that outlives its call is made in the function whose parameters it captures, never inside
-// a lambda: what a lambda captures by reference, a block inside it would capture by reference too.
+/// A block that outlives its call is made in the function whose parameters it captures, never
+/// inside a lambda: what a lambda captures by reference, a block inside it would capture by
+/// reference too.
 using HandlerBlock = void (^)(void);
 using ErrorBlock = void (^)(NSError*);
 
@@ -81,8 +82,8 @@ class XPCHelperProxy final : public HelperProxy {
   ObjectReference<id<BlindfoldXPCProtocol>> helper_;
 };
 
-/// What the blocks of a connection share with it: they own neither the connection nor, once it has
-/// ended, anything that its handlers capture.
+/// The state that the blocks of a connection share with it: they own neither the connection nor,
+/// once it has ended, anything that its handlers capture.
 struct ConnectionHandlers {
   DroppableHandler invalidation;
   DroppableHandler interruption;

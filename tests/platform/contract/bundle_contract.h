@@ -13,7 +13,8 @@
 
 namespace blindfold {
 
-/// What every platform's bundles answer about the same directories. `Provider` is the platform's.
+/// The answers of every platform's bundles about the same directories. `Provider` is the
+/// platform's.
 template <class Provider>
 class BundleContract : public testing::Test {
  protected:

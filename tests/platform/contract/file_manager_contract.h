@@ -13,7 +13,7 @@
 
 namespace blindfold {
 
-/// What every platform's file manager answers about the same files. `Manager` is the platform's.
+/// The answers of every platform's file manager about the same files. `Manager` is the platform's.
 template <class Manager>
 class FileManagerContract : public testing::Test {
  protected:
@@ -37,7 +37,7 @@ class FileManagerContract : public testing::Test {
     return attributes ? attributes->type : std::nullopt;
   }
 
-  /// What the interface promises, whatever the class behind it adds.
+  /// The interface's promises alone.
   const FileManager& fileManager() const { return manager_; }
 
   const Manager manager_;

@@ -438,7 +438,7 @@ TEST(LinuxHelperConnectionTest, AFailedConnectionIsInvalidatedOnlyOnce) {
   EXPECT_THAT(request.heardWithin(milliseconds(10)), ElementsAre("invalidated"));
 }
 
-/// What every handler of one connection captures, and whether they are all gone.
+/// The captures of every handler of one connection, and whether all are destroyed.
 struct HandlerProbe {
   std::shared_ptr<int> captured = std::make_shared<int>();
   std::weak_ptr<int> watcher = captured;
@@ -655,7 +655,7 @@ class ActingAs {
   ~ActingAs() { EXPECT_EQ(seteuid(0), 0); }
 };
 
-/// What a caller hears of a helper that takes the connection and leaves it, by who runs either.
+/// The outcome for a helper that accepts the connection and never answers, by the users of both.
 std::vector<std::string> heardOfHelper(uid_t caller, uid_t helper) {
   const BoundService service(uniqueServiceName());
   {

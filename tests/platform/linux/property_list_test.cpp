@@ -25,7 +25,7 @@ std::string listWith(std::string_view value) {
   return listOf("<key>k</key>" + std::string(value));
 }
 
-/// What such a list has under the key "k"; nothing when it is malformed.
+/// The value of such a list under the key "k"; absent when the list is malformed.
 std::optional<DictionaryValue> parsedValue(std::string_view value) {
   const auto dictionary = parsePropertyList(listWith(value));
   const DictionaryValue* const parsed = valueForKey(dictionary, "k");

@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 const Bytes idleState = R"({"heldTargets":[],"micMuted":false,"mode":"idle"})";
 
 class ClientRequestTest : public ClientOverXPC {
@@ -159,6 +158,5 @@ TEST_F(ClientRequestTest, ManyRequestsMayBeUnderWay) {
   for (const auto& ending : endings) finish(*ending);
   for (const auto& ending : endings) EXPECT_TRUE(ending->value.has_value());
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -6,7 +6,7 @@
 namespace blindfold {
 namespace {
 #ifdef GNUSTEP
-/// What macOS makes of a path on its way to the file system: its decomposed form.
+/// A path as macOS passes it to the file system: decomposed.
 const char* decomposed(id string, SEL) {
   return [[string decomposedStringWithCanonicalMapping] UTF8String];
 }

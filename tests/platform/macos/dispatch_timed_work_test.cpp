@@ -11,7 +11,6 @@
 
 namespace blindfold {
 namespace {
-
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -112,6 +111,5 @@ TEST_F(DispatchTimedWorkTest, RunsOrDropsWorkWhoseTimeComesAsItIsCancelled) {
   }
   EXPECT_TRUE(comesTrue([&] { return events_.use_count() == 1; }));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -9,7 +9,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(DroppableHandlerTest, CallsNothingWhenNothingIsSet) {
   DroppableHandler handler;
   handler.call();
@@ -80,6 +79,5 @@ TEST(DroppableHandlerTest, MayBeDroppedWhileThreadsCallIt) {
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(captured.use_count(), 1);
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -9,7 +9,7 @@
 
 namespace blindfold {
 
-/// What happened, in order, told by any thread to a test that waits for it.
+/// Events in their order, reported by any thread to a test that waits for them.
 class Events {
  public:
   void add(const std::string& event) {

@@ -19,7 +19,7 @@ using ConnectionHandler = void (^)(void);
 
 namespace blindfold {
 
-/// What one `NSXPCConnection` holds. GNUstep declares the class without any of its state.
+/// The state of one `NSXPCConnection`. GNUstep declares the class without any of its state.
 struct Peer {
   InProcessService::Connection connection;
   ConnectionHandler invalidation = nullptr;
@@ -29,7 +29,7 @@ struct Peer {
   NSXPCConnection* otherEnd = nil;  ///< Null when the in-process service is the other end.
 };
 
-/// What the platform's methods below do with the service.
+/// The calls that the platform's methods below make on the service.
 class InProcessCalls {
  public:
   static void mayRaise(const char* selector) {

@@ -10,7 +10,7 @@
 
 namespace blindfold {
 
-/// What `remoteObjectProxyWithErrorHandler:` hands out.
+/// The object that `remoteObjectProxyWithErrorHandler:` returns.
 enum class ProxyKind { usable, notConforming, none };
 
 /// The other end of every `NSXPCConnection` of this process, and the strings that a test pulls. The
@@ -49,7 +49,7 @@ class InProcessService {
   /// The messages that reached the helper, in order.
   std::vector<HelperMessage> received() const;
 
-  /// What happens to the last connection made: later, on the queue's threads, `times` at once.
+  /// Events of the last connection made: later, on the queue's threads, `times` at once.
   static void failProxies(const std::string& description, int times = 1);
   static void interrupt(int times = 1);
   static void endFromOutside(int times = 1);

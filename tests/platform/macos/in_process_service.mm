@@ -15,7 +15,6 @@
 namespace blindfold {
 
 namespace {
-
 MessageArgument argumentOf(ArgumentKind kind, id argument) {
   if (kind == ArgumentKind::none) return NoArgument{};
   if (kind == ArgumentKind::data) return DataArgument{bytesOf(static_cast<NSData*>(argument))};
@@ -27,7 +26,6 @@ template <class Block>
 void releaseIfAny(Block block) {
   if (block != nullptr) Block_release(block);
 }
-
 }  // namespace
 
 void InProcessCalls::receive(SEL selector, id argument, BlindfoldReply reply) {
@@ -105,7 +103,6 @@ using blindfold::Peer;
 @end
 
 namespace {
-
 /// Calls the helper's method later, on another thread: that of the object at the connection's other
 /// end, or of the in-process helper.
 void callHelper(NSXPCConnection* connection, SEL selector, id argument, BlindfoldReply answer) {
@@ -141,7 +138,6 @@ void passOn(InProcessProxy* proxy, SEL selector, BlindfoldReply reply) {
 void passOnArgument(InProcessProxy* proxy, SEL selector, id argument, BlindfoldReply reply) {
   callHelper([proxy connection], selector, argument, reply);
 }
-
 }  // namespace
 
 @implementation InProcessProxy
@@ -309,7 +305,6 @@ void passOnArgument(InProcessProxy* proxy, SEL selector, id argument, BlindfoldR
 namespace blindfold {
 
 namespace {
-
 /// More pools than stand inside one another on any thread.
 constexpr int poolsInUseAtMost = 8;
 
@@ -332,7 +327,6 @@ void laterWithLast(int times, std::function<void(NSXPCConnection*)> work) {
     });
   }
 }
-
 }  // namespace
 
 InProcessService& InProcessService::shared() {

@@ -6,9 +6,7 @@
 #include <atomic>
 
 namespace {
-
 std::atomic<long> blockReferences{0};
-
 }  // namespace
 
 // The linker sends every copy and release of a block here (--wrap).

@@ -4,9 +4,7 @@
 
 namespace blindfold {
 namespace {
-
 INSTANTIATE_TYPED_TEST_SUITE_P(MacOS, FileManagerContract, FoundationFileManager);
 INSTANTIATE_TYPED_TEST_SUITE_P(MacOS, BundleContract, FoundationBundleProvider);
-
 }  // namespace
 }  // namespace blindfold

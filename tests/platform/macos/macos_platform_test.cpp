@@ -6,7 +6,6 @@
 
 namespace blindfold {
 namespace {
-
 TEST(MacOSPlatformTest, IsTheSameForEveryCaller) {
   EXPECT_EQ(&currentPlatform(), &currentPlatform());
 }
@@ -17,6 +16,5 @@ TEST(MacOSPlatformTest, AnswersThroughEveryMember) {
   EXPECT_TRUE(platform.bundles.mainBundle().executableURL().has_value());
   EXPECT_NE(platform.timedWork.schedule(std::chrono::hours(1), [] {}), nullptr);
 }
-
 }  // namespace
 }  // namespace blindfold

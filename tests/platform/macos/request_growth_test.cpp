@@ -11,10 +11,9 @@
 
 namespace blindfold {
 namespace {
-
 constexpr int requests = 10000;
 
-/// What a request's callbacks share, as the client has it: the connection among it.
+/// The state that a request's callbacks share, as the client has it: the connection among it.
 struct Request {
   std::shared_ptr<HelperConnection> connection;
   std::shared_ptr<WorkItem> timeLimit;
@@ -76,6 +75,5 @@ TEST(RequestGrowthTest, ObjectsAndBlocksInUseAreCounted) {
   EXPECT_GT(liveObjects(), objects);
   EXPECT_GT(liveBlocks(), blocks);
 }
-
 }  // namespace
 }  // namespace blindfold

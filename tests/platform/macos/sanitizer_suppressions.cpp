@@ -1,4 +1,4 @@
-// What the sanitizers are to overlook in GCC's Objective-C runtime and GNUstep's library, which are
+// The sanitizers' suppressions for GCC's Objective-C runtime and GNUstep's library, which are
 // not built for them: memory kept for the life of the process, and counts of references that the
 // thread sanitizer cannot see. The adapters' own objects and blocks are counted (live_objects.h).
 // NOLINTBEGIN(readability-identifier-naming): the sanitizers' names

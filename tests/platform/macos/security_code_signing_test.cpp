@@ -7,7 +7,6 @@
 
 namespace blindfold {
 namespace {
-
 class SecurityCodeSigningTest : public testing::Test {
  protected:
   void SetUp() override { SecurityStandIn::shared().reset(); }
@@ -98,6 +97,5 @@ TEST_F(SecurityCodeSigningTest, ReadsTheInformationAnewEveryTime) {
   security_.teamIdentifierText = "T2";
   EXPECT_EQ(codeSigning_.ownSigningInformation(), (SigningInformation{"app.blindfold.mac", "T2"}));
 }
-
 }  // namespace
 }  // namespace blindfold

@@ -15,7 +15,6 @@
 
 namespace blindfold {
 namespace {
-
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -333,6 +332,5 @@ const SentMessage sentMessages[] = {
 
 INSTANTIATE_TEST_SUITE_P(EveryMethod, SentMessageTest, testing::ValuesIn(sentMessages),
                          [](const auto& test) { return test.param.name; });
-
 }  // namespace
 }  // namespace blindfold

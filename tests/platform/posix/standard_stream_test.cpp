@@ -35,8 +35,10 @@ class NonBlockingPipe {
     for (std::size_t received = 0; received < size;) {
       std::array<char, 5000> part;
       const ssize_t count = read(ends_[0], part.data(), part.size());
-      for (ssize_t index = 0; index < count; ++index) others += part[index] == expected ? 0 : 1;
-      if (count > 0) received += static_cast<std::size_t>(count);
+      const std::size_t length = count > 0 ? static_cast<std::size_t>(count) : 0;
+      for (std::size_t index = 0; index < length; ++index)
+        others += part[index] == expected ? 0 : 1;
+      received += length;
       std::this_thread::sleep_for(std::chrono::microseconds(10));
     }
     return others;

@@ -12,7 +12,6 @@
 #include "dispatch_stand_in.h"
 
 namespace {
-
 using Clock = std::chrono::steady_clock;
 
 /// Which blocks made to be cancelled have been.
@@ -30,7 +29,6 @@ Cancellations& cancellations() {
   static Cancellations& made = *std::make_unique<Cancellations>().release();
   return made;
 }
-
 }  // namespace
 
 /// Blocks in the order of their times.

@@ -9,7 +9,6 @@
 using blindfold::SecurityStandIn;
 
 namespace {
-
 std::atomic<int> handedOut{0};
 
 /// Hands out `object`, retained, as a function with "Copy" or "Create" in its name does.
@@ -31,7 +30,6 @@ void setValue(NSMutableDictionary* information, CFStringRef key, SecurityStandIn
                         : [NSNumber numberWithInt:7];
   [information setObject:object forKey:(id)key];
 }
-
 }  // namespace
 
 const CFStringRef kSecCodeInfoIdentifier = (CFStringRef) @"identifier";

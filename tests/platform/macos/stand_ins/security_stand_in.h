@@ -5,7 +5,7 @@
 
 namespace blindfold {
 
-/// What the Security framework's stand-in answers, and what it saw.
+/// The answers of the Security framework's stand-in, and the calls that it received.
 struct SecurityStandIn {
   enum class Function { self, staticCode, path, information };
   enum class Value { missing, text, number };

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the macOS adapters use of Core Foundation, declared for the cross-build alone and annotated as
+// The part of Core Foundation that the macOS adapters use, declared for the cross-build alone and annotated as
 // the system's own headers are. Every line has its row in docs/macos.md.
 
 #include <os/availability.h>

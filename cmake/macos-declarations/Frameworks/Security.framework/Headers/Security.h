@@ -1,6 +1,6 @@
 #pragma once
 
-// What the macOS adapters use of the Security framework, declared for the cross-build alone and
+// The part of the Security framework that the macOS adapters use, declared for the cross-build alone and
 // annotated as the system's own headers are. Every line has its row in docs/macos.md.
 
 #import <CoreFoundation/CoreFoundation.h>
