@@ -57,8 +57,8 @@ class FakeHelperConnection final : public HelperConnection {
     ++invalidations_;
   }
 
-  // Events that the test causes as the system and the helper. Each calls the handler that the event has, if
-  // the tool has set one by now and the connection still holds it.
+  // Events that the test causes as the system and the helper. Each calls the handler that the event
+  // has, if the tool has set one by now and the connection still holds it.
 
   void becomeInvalid() const {
     if (const auto handler = handlers().invalidation) handler();
