@@ -16,13 +16,14 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 # A title for what a script does next.
 announce() { printf '\n== %s\n' "$*"; }
 
-# What is needed of a Debian package: a command, a header or a file. A package that is not listed has
-# a command of its own name.
+# What is needed of a Debian package: a command, a header, a file, a module of Python, or a version of
+# CMake. A package that is not listed has a command of its own name.
 needed_of() {
   case "$1" in
     ansible-core) echo "command ansible-playbook" ;;
     binutils) echo "command strings" ;;
     clang-19) echo "command clang++-19" ;;
+    cmake) echo "cmake 3.25" ;;
     g++) echo "command c++" ;;
     libbenchmark-dev) echo "header benchmark/benchmark.h" ;;
     libblocksruntime-dev) echo "header Block.h" ;;
@@ -46,6 +47,7 @@ needed_of() {
 # is_there KIND NAME: this machine has it, whoever installed it. The name of a file is a pattern.
 is_there() {
   case "$1" in
+    cmake) printf '%s\n' "$2" "$(cmake --version 2>/dev/null | sed -n '1s/[^0-9]*//p')" | sort -VC ;;
     command) command -v "$2" >/dev/null ;;
     file) compgen -G "$2" >/dev/null ;;
     header) c++ -E -x c++ -include "$2" /dev/null >/dev/null 2>&1 ;;
