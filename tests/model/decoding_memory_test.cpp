@@ -61,7 +61,7 @@ std::string detectionWithNotes(std::string_view note, std::string_view lastNote,
   return text + "]}";
 }
 
-TEST(DecodingMemoryTest, EmptyTextsTakeElevenTimesTheirReply) {
+TEST(DecodingMemoryTest, EmptyTextsTakeLessThanElevenTimesTheirReply) {
   const std::string text = detectionWithNotes(R"("")", R"("")", 8 * megabyte);
   const std::size_t peak = peakOf([&] {
     const auto result = JSONDecoder().decode<DetectionResult>(text);

@@ -37,7 +37,7 @@ TEST(JSONValueTest, TheFirstCharacterTellsTheType) {
   EXPECT_EQ(JSONValue{"{}"}.type(), JSONType::object);
 }
 
-TEST(JSONValueTest, TypesHaveNamesForPeople) {
+TEST(JSONValueTest, TypesHaveNamesForErrors) {
   EXPECT_EQ(nameOf(JSONType::null), "null");
   EXPECT_EQ(nameOf(JSONType::boolean), "a boolean");
   EXPECT_EQ(nameOf(JSONType::number), "a number");

@@ -194,9 +194,9 @@ int compareElements(const Element& left, const Element& right) {
     }
     return leftNumber->compare(*rightNumber);
   }
-  const char32_t leftPlace = leftNumber != nullptr ? U'0' : std::get<char32_t>(left);
-  const char32_t rightPlace = rightNumber != nullptr ? U'0' : std::get<char32_t>(right);
-  return leftPlace < rightPlace ? -1 : leftPlace > rightPlace ? 1 : 0;
+  const char32_t leftRank = leftNumber != nullptr ? U'0' : std::get<char32_t>(left);
+  const char32_t rightRank = rightNumber != nullptr ? U'0' : std::get<char32_t>(right);
+  return leftRank < rightRank ? -1 : leftRank > rightRank ? 1 : 0;
 }
 
 bool precedesElementByElement(const std::string& left, const std::string& right) {

@@ -143,7 +143,7 @@ TEST(ParseDoubleTest, EqualsTheStandardLibrarysReading) {
 }
 
 TEST(ParseDoubleTest, ADigitFarBehindDecidesATie) {
-  // Half way between 1 and the double after it; a digit behind all others tips it over.
+  // Half way between 1 and the next double; a digit after all others decides.
   const std::string tie = "1.00000000000000011102230246251565404236316680908203125";
   EXPECT_EQ(parseDouble(tie), 1.0);
   EXPECT_EQ(parseDouble(tie + std::string(5'000, '0')), 1.0);

@@ -93,6 +93,17 @@ TEST(UTF8Test, InvalidTextIsNotValid) {
   }
 }
 
+TEST(UTF8Test, AByteIsExaminedAtEveryPosition) {
+  for (std::size_t position = 0; position < 20; ++position) {
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string text(20, 'a');
+      text[position] = static_cast<char>(byte);
+      EXPECT_EQ(isValidUTF8(text), byte < 0x80) << position << " " << byte;
+    }
+    EXPECT_TRUE(isValidUTF8(std::string(20, 'a').insert(position, "\xE2\x82\xAC")));
+  }
+}
+
 TEST(UTF8Test, EachMaximalInvalidSubpartIsRepairedToOneReplacementCharacter) {
   for (const InvalidCase& each : invalidCases) {
     EXPECT_EQ(repairUTF8(each.bytes), withReplacementCharacters(each.repaired))

@@ -144,7 +144,7 @@ class JSONWriter {
 
   void writeKey(std::string_view key);
 
-  /// Closes an array or object: `closer` takes the place of the last comma, if there is one.
+  /// Closes an array or object: `closer` replaces the comma after the last value, if there is one.
   void close(char opener, char closer);
 
   std::string json_;
