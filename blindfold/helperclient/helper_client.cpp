@@ -1,10 +1,12 @@
 #include "blindfold/helperclient/helper_client.h"
 
 #include <exception>
+#include <string>
 #include <utility>
 
 #include "blindfold/config/deployment_settings.h"
 #include "blindfold/helperclient/request.h"
+#include "blindfold/model/json/coding_error.h"
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
 #include "blindfold/platform/platform.h"
@@ -19,10 +21,15 @@ MessageBody sending(HelperMessage message) {
   };
 }
 
+/// The record in a reply's bytes. Throws `transport` with a `DecodingError` that says that the
+/// reply cannot be read.
 template <class Record>
 Record decodeReply(std::string_view reply) {
   try {
     return JSONDecoder{}.decode<Record>(reply);
+  } catch (const DecodingError& error) {
+    throw HelperClientError::transport(std::make_exception_ptr(
+        DecodingError(error.kind(), std::string("The reply cannot be read: ") + error.what())));
   } catch (...) {
     throw HelperClientError::transport(std::current_exception());
   }

@@ -141,7 +141,9 @@ TEST_F(FailureRunTest, AReplyOfTheWrongShapeNamesThePlace) {
   startHelper(R"(currentState: reply {"mode":"held","heldTargets":[{"label":"a",)"
               R"("domain":"system","pid":"512","controlMode":"sigstop"}]})"
               "\n");
-  expectFailure(run({"status"}), "heldTargets[0].pid: expected an integer, found a string");
+  expectFailure(
+      run({"status"}),
+      "The reply cannot be read: heldTargets[0].pid: expected an integer, found a string");
 }
 
 TEST_F(FailureRunTest, AnEmptyReplyIsReported) {

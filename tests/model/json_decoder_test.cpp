@@ -497,11 +497,9 @@ TEST(JSONDecoderTest, ASnapshotMayHoldAnyKeys) {
 }
 
 TEST(JSONDecoderTest, ASnapshotValueMustBeAnInteger) {
-  EXPECT_EQ(
-      failureOfDecoding<HoldRequest>(replaced(holdRequestText, R"("two":2)", R"("two":2.5)")),
-      (DecodingFailure{
-          Kind::dataCorrupted,
-          R"(correlationSnapshot["two"]: expected an integer that fits in 64 bits, found 2.5)"}));
+  EXPECT_EQ(failureOfDecoding<HoldRequest>(replaced(holdRequestText, R"("two":2)", R"("two":2.5)")),
+            (DecodingFailure{Kind::dataCorrupted,
+                             R"(correlationSnapshot["two"]: expected an integer, found 2.5)"}));
   EXPECT_EQ(
       failureOfDecoding<HoldRequest>(replaced(holdRequestText, R"("two":2)", R"("two":"2")")),
       (DecodingFailure{Kind::typeMismatch,

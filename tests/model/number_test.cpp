@@ -54,6 +54,16 @@ TEST(ParseIntegerTest, FractionsAreNoIntegers) {
   EXPECT_EQ(parseInteger("5.12e1"), std::nullopt);
 }
 
+TEST(IsIntegerTest, AnIntegerOfAnySizeIsOne) {
+  for (const std::string_view number :
+       {"0", "-0.0", "0e-5", "9223372036854775808", "1e999", "12.50e1"}) {
+    EXPECT_TRUE(isInteger(number)) << number;
+  }
+  for (const std::string_view number : {"0.5", "1e-1", "12.34e1", "-1e-999"}) {
+    EXPECT_FALSE(isInteger(number)) << number;
+  }
+}
+
 TEST(ParseIntegerTest, TheLimitsOf64BitsAreWithin) {
   EXPECT_EQ(parseInteger("9223372036854775807"), Limits::max());
   EXPECT_EQ(parseInteger("-9223372036854775808"), Limits::min());

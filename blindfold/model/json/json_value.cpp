@@ -24,6 +24,7 @@ constexpr EnumerationTable typeNames(&EnumerationText<JSONType>::value,
 
 /// The length of the excerpt in a syntax error's text.
 constexpr std::size_t maximumExcerptLength = 16;
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 /// Checks a JSON text from its first byte to its last. Every `scan` function starts at the
 /// beginning of its construct and stops after its end, or throws.
@@ -162,10 +163,14 @@ class Scanner {
   }
 
   [[noreturn]] void expected(std::string_view what) const {
-    const std::string found = atEnd()
-                                  ? "the end of the text"
-                                  : oneLineExcerpt(text_.substr(position_), maximumExcerptLength);
-    fail("expected " + std::string(what) + ", found " + found);
+    fail("expected " + std::string(what) + ", found " + describeRest());
+  }
+
+  std::string describeRest() const {
+    if (atEnd()) return "the end of the text";
+    const std::string_view rest = text_.substr(position_);
+    if (rest.starts_with(byteOrderMark)) return "a byte-order mark";
+    return oneLineExcerpt(rest, maximumExcerptLength);
   }
 
   [[noreturn]] void fail(const std::string& error) const {

@@ -85,6 +85,11 @@ std::optional<std::int64_t> parseInteger(std::string_view number) {
   return parsePlainInteger(text);
 }
 
+bool isInteger(std::string_view number) {
+  const Decimal decimal = parseDecimal(number);
+  return decimal.digits.empty() || decimal.exponent >= 0;
+}
+
 std::optional<double> parseDouble(std::string_view number) {
   Decimal decimal = parseDecimal(number);
   if (decimal.digits.empty()) return decimal.isNegative ? -0.0 : 0.0;

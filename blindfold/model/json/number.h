@@ -14,6 +14,9 @@ namespace blindfold {
 /// "-0"), or `std::nullopt`.
 std::optional<std::int64_t> parseInteger(std::string_view number);
 
+/// Whether the value of `number` is an integer, of any size.
+bool isInteger(std::string_view number);
+
 /// The double nearest to the value of `number`, or `std::nullopt` when that is not finite.
 std::optional<double> parseDouble(std::string_view number);
 

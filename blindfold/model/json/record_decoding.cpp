@@ -45,7 +45,9 @@ void ValueReader::read(const JSONValue& value, const CodingPath& path, bool& res
 void ValueReader::read(const JSONValue& value, const CodingPath& path, std::int64_t& result) {
   expect(JSONType::number, value, path, "an integer");
   const auto integer = parseInteger(value.text);
-  if (!integer) reject(value, path, "an integer that fits in 64 bits");
+  if (!integer) {
+    reject(value, path, isInteger(value.text) ? "an integer that fits in 64 bits" : "an integer");
+  }
   result = *integer;
 }
 
