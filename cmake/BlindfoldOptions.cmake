@@ -64,6 +64,11 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND BLINDFOLD_HARDENING AND NOT BLINDFOLD_
   add_link_options(LINKER:-z,relro LINKER:-z,now)
 endif()
 
+option(BLINDFOLD_COVERAGE "Measure which lines, branches and conditions run (clang only)" OFF)
+if(BLINDFOLD_COVERAGE)
+  include(BlindfoldCoverage)
+endif()
+
 if(BLINDFOLD_SANITIZERS)
   add_compile_options(-fsanitize=${BLINDFOLD_SANITIZERS} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
