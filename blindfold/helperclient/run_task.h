@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cassert>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -122,7 +123,9 @@ template <class T>
 T syncWait(Task<T> task) {
   const auto result = std::make_shared<std::optional<TaskResult<T>>>();
   task_detail::runHere(task_detail::capture(std::move(task), result));
-  return std::move(**result).value();
+  std::optional<TaskResult<T>>& end = *result;
+  assert(end.has_value());
+  return std::move(*end).value();
 }
 
 /// Starts `task` on a thread of the platform's and returns at once. When it has ended, `onResult`
