@@ -3,6 +3,8 @@
 # the compiler.
 
 set(CMAKE_SYSTEM_NAME Darwin)
+# macOS 14's. CMake's idea of what the linker can do depends on it.
+set(CMAKE_SYSTEM_VERSION 23)
 set(CMAKE_SYSTEM_PROCESSOR arm64)
 
 set(BLINDFOLD_MACOS_ARCHITECTURE "arm64" CACHE STRING "The architecture: arm64 or x86_64")
@@ -30,6 +32,8 @@ set(declarations "${CMAKE_CURRENT_LIST_DIR}/macos-declarations")
 set(CMAKE_OBJCXX_FLAGS_INIT
     "-iframework ${declarations}/Frameworks -Wno-unused-command-line-argument")
 file(GLOB_RECURSE BLINDFOLD_MACOS_STUBS "${declarations}/*.tbd")
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-F${declarations}/Frameworks -L${declarations}/lib")
+foreach(kind IN ITEMS EXE SHARED)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-F${declarations}/Frameworks -L${declarations}/lib")
+endforeach()
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE NEVER)

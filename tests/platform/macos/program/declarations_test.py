@@ -59,7 +59,8 @@ def canonical(text):
 def rows():
     """The table's rows: symbol, signature, framework, page."""
     found = []
-    for line in pathlib.Path(options.document).read_text().splitlines():
+    _, section = pathlib.Path(options.document).read_text().split("\n## What the adapters use\n")
+    for line in section.splitlines():
         cells = [cell.strip() for cell in line.strip("|").split("|")]
         if line.startswith("| `") and len(cells) == 4:
             symbol, signature = (cell.strip("`") for cell in cells[:2])
