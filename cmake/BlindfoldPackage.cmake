@@ -71,8 +71,9 @@ if(BLINDFOLD_SHARED_LIBRARY)
     endif()
   else()
     set(exported "${PROJECT_SOURCE_DIR}/blindfold/library/exported_functions.map")
-    target_link_options(blindfold_shared PRIVATE "LINKER:--version-script,${exported}"
-                        LINKER:--gc-sections)
+    # An input of the linker's: CMake quotes the path of one for the shell, unlike an option's.
+    target_link_libraries(blindfold_shared PRIVATE "${exported}")
+    target_link_options(blindfold_shared PRIVATE LINKER:--gc-sections)
   endif()
   set_property(TARGET blindfold_shared PROPERTY LINK_DEPENDS "${exported}")
 endif()

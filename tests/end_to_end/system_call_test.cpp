@@ -40,6 +40,12 @@ class SystemCallTest : public EndToEndTest {
     return std::count_if(calls.begin(), calls.end(),
                          [&](const std::string& call) { return call.starts_with(name + "("); });
   }
+
+  /// Whether `call` opens a file. The directory of the services' sockets is none: it is opened where
+  /// its path is too long for a socket's address.
+  static bool opensFile(const std::string& call) {
+    return call.starts_with("open") && call.find("O_PATH|O_DIRECTORY") == std::string::npos;
+  }
 };
 
 TEST_F(SystemCallTest, ARunStartsNoThreadAndNoProcess) {
@@ -51,7 +57,7 @@ TEST_F(SystemCallTest, ARunStartsNoThreadAndNoProcess) {
 TEST_F(SystemCallTest, ARunOpensNoFileAndLooksForTheHelperOnly) {
   startHelper();
   const auto calls = systemCalls({"status"});
-  EXPECT_EQ(count(calls, "open") + count(calls, "openat"), 0);
+  EXPECT_EQ(std::count_if(calls.begin(), calls.end(), opensFile), 0);
   EXPECT_EQ(count(calls, "access"), 1);
 }
 
