@@ -1,8 +1,5 @@
 /*
- * The C interface against the development helper, in C.
- *
- * c_interface_test HELPER SERVICE: starts the helper for the service and ends with 0 when
- * everything holds.
+ * The C interface against the development helper, in C. Ends with 0 when everything holds.
  */
 #include <pthread.h>
 #include <signal.h>
@@ -25,8 +22,8 @@ static int failures = 0;
     }                                                                         \
   } while (false)
 
-static const char* helper;
-static const char* service;
+static const char helper[] = BLINDFOLD_DEVHELPER;
+static const char service[] = BLINDFOLD_SERVICE;
 
 /* Starts the helper with this script and returns its process once it listens. */
 static pid_t startHelper(const char* script) {
@@ -209,10 +206,7 @@ static void testCancelling(void) {
   stopHelper(process);
 }
 
-int main(int argc, char** argv) {
-  if (argc != 3) return 2;
-  helper = argv[1];
-  service = argv[2];
+int main(void) {
   alarm(60);
   testNull();
   testFailures();
