@@ -67,6 +67,23 @@ class RunTaskTest : public testing::Test {
     throw std::runtime_error("no request was started");
   }
 
+  static void expectThatACallbackMayGiveItsTaskUp(const Executor& executor) {
+    std::promise<void> called;
+    StartedTask started;
+    std::promise<void> stored;
+    auto isStored = stored.get_future().share();
+    started = start(
+        seven(),
+        [&](const TaskResult<int>&) {
+          isStored.wait();
+          started.giveUp();
+          called.set_value();
+        },
+        executor);
+    stored.set_value();
+    EXPECT_EQ(called.get_future().wait_for(deadline), std::future_status::ready);
+  }
+
   FakePlatform fake_;
   HelperClient client_{std::make_shared<const HelperClientState>(/*skipPrecheck=*/true,
                                                                  fake_.platform, fake_.settings)};
@@ -203,20 +220,7 @@ TEST_F(RunTaskTest, DestroyingAStartedTaskEndsItsRequestAtOnce) {
 }
 
 TEST_F(RunTaskTest, ACallbackMayGiveItsOwnTaskUp) {
-  std::promise<void> called;
-  StartedTask started;
-  std::promise<void> stored;
-  auto isStored = stored.get_future().share();
-  started = start(
-      seven(),
-      [&](const TaskResult<int>&) {
-        isStored.wait();
-        started.giveUp();
-        called.set_value();
-      },
-      onNewThread);
-  stored.set_value();
-  EXPECT_EQ(called.get_future().wait_for(deadline), std::future_status::ready);
+  expectThatACallbackMayGiveItsTaskUp(onNewThread);
 }
 
 TEST_F(RunTaskTest, GivingUpWaitsForACallbackOnAnotherThread) {
@@ -267,20 +271,7 @@ TEST_F(RunTaskTest, NothingIsLeftOfACallbackOnceItsTaskIsGivenUp) {
 }
 
 TEST_F(RunTaskTest, AnExecutorMayRunTheCallbackAtOnce) {
-  std::promise<void> called;
-  StartedTask started;
-  std::promise<void> stored;
-  auto isStored = stored.get_future().share();
-  started = start(
-      seven(),
-      [&](const TaskResult<int>&) {
-        isStored.wait();
-        started.giveUp();
-        called.set_value();
-      },
-      [](const std::function<void()>& work) { work(); });
-  stored.set_value();
-  EXPECT_EQ(called.get_future().wait_for(deadline), std::future_status::ready);
+  expectThatACallbackMayGiveItsTaskUp([](const std::function<void()>& work) { work(); });
 }
 
 TEST_F(RunTaskTest, ATaskThatIsNotStartedIsDestroyedWithoutARequest) {
