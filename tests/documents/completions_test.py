@@ -80,6 +80,7 @@ class ShellTests:
 
     def setUp(self):
         self.deployment = self.enterContext(Deployment())
+        self.deployment.variables["COMPLETIONS"] = str(completions())
 
     def words_offered(self, line):
         return [word for word, _ in self.offered(line)]
@@ -171,13 +172,12 @@ class BashTest(ShellTests, unittest.TestCase):
 
     def setUp(self):
         super().setUp()
-        script = completions() / "blindfoldctl.bash"
         self.terminal = Terminal(
             self.deployment, ["bash", "--norc", "--noprofile", "--noediting", "-i"],
             "set -o emacs; bind 'set enable-bracketed-paste off'; bind 'set bell-style none'; "
             "bind 'set completion-query-items 0'; bind 'set page-completions off'; "
             """bind -x '"\\C-t": printf "LINE<%s>\\n" "$READLINE_LINE"'; """
-            f"{self.version} . '{script}'")
+            f"{self.version} . \"$COMPLETIONS\"/blindfoldctl.bash")
         self.addCleanup(self.terminal.close)
 
     def line_after_tab(self, line):
@@ -209,7 +209,7 @@ class ZshTest(ShellTests, unittest.TestCase):
         self.terminal = Terminal(
             self.deployment, ["zsh", "-f", "-i"],
             "PROMPT_EOL_MARK=; unsetopt prompt_sp; bindkey -e; COLUMNS=200; "
-            f"fpath=('{completions()}' $fpath); autoload -U compinit; compinit -u -D; "
+            "fpath=($COMPLETIONS $fpath); autoload -U compinit; compinit -u -D; "
             "line() { print -r -- \"LINE<$BUFFER>\" }; zle -N line; bindkey '^T' line; "
             "bindkey '^[?' list-choices; zstyle ':completion:*' list-packed no; "
             "LISTMAX=0; unsetopt list_types auto_list")
@@ -236,8 +236,8 @@ class FishTest(ShellTests, unittest.TestCase):
         super().setUp()
 
     def _run(self, code):
-        script = completions() / "blindfoldctl.fish"
-        finished = self.deployment.run("fish", "--no-config", "-c", f"source '{script}'; {code}")
+        finished = self.deployment.run(
+            "fish", "--no-config", "-c", f"source $COMPLETIONS/blindfoldctl.fish; {code}")
         self.assertEqual("", finished.stderr)
         return finished.stdout
 
