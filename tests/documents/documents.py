@@ -17,6 +17,10 @@ import sys
 import tempfile
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+
+from bundled_tool import ENDING_WITH_PARENT  # noqa: E402
+
 SKIPPED = 77
 
 # Nothing here takes longer than the tool's own limits; a command that does has hung.
@@ -99,7 +103,7 @@ class Deployment:
 
     def start_helper(self, *options):
         self.helper = subprocess.Popen(
-            [self.bin / "blindfold-devhelper", *options],
+            [*ENDING_WITH_PARENT, self.bin / "blindfold-devhelper", *options],
             stdout=subprocess.PIPE, text=True, env=self.environment, cwd=self.directory)
         if self.helper.stdout.readline() != "ready\n":
             raise RuntimeError("the development helper did not start")

@@ -27,7 +27,8 @@ HERE = pathlib.Path(__file__).resolve().parent
 sys.path[:0] = [str(HERE.parent / "support"), str(HERE.parent / "peer")]
 
 import transport  # noqa: E402
-from bundled_tool import COMMANDS, BundledTool, is_one_line, temporary_directory  # noqa: E402
+from bundled_tool import (  # noqa: E402
+    COMMANDS, ENDING_WITH_PARENT, BundledTool, is_one_line, temporary_directory)
 
 # The errors that each system call of the programs can give, as its manual page lists them; none where
 # it fails for wrong arguments only.
@@ -297,7 +298,7 @@ class HelperSubject:
         files = [str(self.directory / f"{kind}.{number}") for kind in ("script", "record")]
         pathlib.Path(files[0]).write_text("muteMic: delay 0.01 reply {}\n", encoding="utf-8")
         process = subprocess.Popen(
-            [*prefix, self.program, "--service", service, "--script", files[0], "--record", files[1]],
+            [*ENDING_WITH_PARENT, *prefix, self.program, "--service", service, "--script", files[0], "--record", files[1]],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
         return process, pathlib.Path(self.options.services) / service
 

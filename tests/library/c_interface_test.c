@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,9 +34,12 @@ static pid_t startHelper(const char* script) {
   close(file);
   int ends[2];
   if (pipe(ends) != 0) abort();
+  const pid_t test = getpid();
   const pid_t process = fork();
   if (process < 0) abort();
   if (process == 0) {
+    /* It ends with the test, however that ends. */
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != test) _exit(127);
     dup2(ends[1], STDOUT_FILENO);
     close(ends[0]);
     close(ends[1]);

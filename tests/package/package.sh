@@ -85,7 +85,8 @@ start_helper() {
   printf '%s\n' "$@" >"$work/script"
   : >"$work/record"
   : >"$work/helper_output"
-  "$helper_program" --service "$service" --script "$work/script" --record "$work/record" \
+  setpriv --pdeathsig KILL \
+    "$helper_program" --service "$service" --script "$work/script" --record "$work/record" \
     >"$work/helper_output" &
   helper_process=$!
   await "$work/helper_output" ready "$helper_process"

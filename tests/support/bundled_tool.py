@@ -34,6 +34,9 @@ COMMANDS = {
     ("unmute",): 12.0,
 }
 
+# Before the command line of a program that ends with the thread that starts it, however that ends.
+ENDING_WITH_PARENT = ("setpriv", "--pdeathsig", "KILL")
+
 _counter = itertools.count()
 
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -419,7 +420,10 @@ TEST(EventLoopTest, SignalsDoNotEndAWaitEarly) {
 template <class Body, class WhileStopped>
 int runStoppingProcess(Body body, WhileStopped whileStopped) {
   const pid_t child = fork();
-  if (child == 0) std::_Exit(body());
+  if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // or it would stay stopped behind a test that is killed
+    std::_Exit(body());
+  }
   int status = 0;
   EXPECT_EQ(waitpid(child, &status, WUNTRACED), child);
   EXPECT_TRUE(WIFSTOPPED(status));
