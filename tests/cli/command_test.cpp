@@ -58,18 +58,35 @@ struct CommandRun {
   ProgramResult result;
   /// The messages that the helper received, one a line.
   std::string sent;
+  /// The time limits of these messages, one a line ("5 s").
+  std::string limits;
 };
+
+std::string readFile(const std::string& path) {
+  std::ostringstream contents;
+  contents << std::ifstream(path).rdbuf();
+  return contents.str();
+}
+
+/// The time limits that were scheduled, one a line.
+std::string limitsIn(const CallLog& log) {
+  const std::string schedule = "schedule the time limit in ";
+  std::string limits;
+  for (const std::string& call : log.calls()) {
+    if (call.starts_with(schedule)) limits += call.substr(schedule.size()) + "\n";
+  }
+  return limits;
+}
 
 class CommandTest : public testing::Test {
  protected:
   CommandRun run(const std::vector<const char*>& arguments, const Answers& answers = helpful,
                  bool installed = true) const {
-    const std::string record = directory_.path() + "/sent";
+    const std::string& record = directory_.path();
     CommandRun run;
     run.result = runInChild([&] { runCommandAgainst(answers, arguments, record, installed); });
-    std::ostringstream sent;
-    sent << std::ifstream(record).rdbuf();
-    run.sent = sent.str();
+    run.sent = readFile(record + "/sent");
+    run.limits = readFile(record + "/limits");
     return run;
   }
 
@@ -80,7 +97,7 @@ class CommandTest : public testing::Test {
                                              const std::string& record, bool installed) {
     FakePlatform fake;
     if (!installed) fake.files.executables.clear();
-    std::ofstream sent(record, std::ios::trunc);
+    std::ofstream sent(record + "/sent", std::ios::trunc);
     HelperClient client(std::make_shared<const HelperClientState>(
         /*skipPrecheck=*/true, fake.platform, fake.settings));
     spawnOn(fake.mainLoop, runCommand(client, commandArguments(static_cast<int>(arguments.size()),
@@ -91,6 +108,7 @@ class CommandTest : public testing::Test {
       const auto connection = fake.connections.connections()[answered];
       const HelperMessage message = *connection->message();
       sent << describe(message.method).selector << describeArgument(message.argument) << std::endl;
+      std::ofstream(record + "/limits") << limitsIn(fake.log);
       connection->reply(answers.at(message.method));
     }
   }
@@ -161,6 +179,8 @@ TEST_F(CommandTest, RenewPassesItsFirstArgumentOnAsItIs) {
             "renew:withReply: text <LEASE>\n");
   EXPECT_EQ(run({"blindfoldctl", "renew", ""}).sent, "renew:withReply: text <>\n");
   EXPECT_EQ(run({"blindfoldctl", "renew", " a b "}).sent, "renew:withReply: text < a b >\n");
+  EXPECT_EQ(run({"blindfoldctl", "renew", "-1"}).sent, "renew:withReply: text <-1>\n");
+  EXPECT_EQ(run({"blindfoldctl", "renew", "--help"}).sent, "renew:withReply: text <--help>\n");
 }
 
 TEST_F(CommandTest, RenewWithoutALeaseIsRefusedAndTheHelperIsLeftAlone) {
@@ -176,6 +196,28 @@ TEST_F(CommandTest, DetectPrintsTheDetectionAgain) {
   EXPECT_EQ(run.sent, "detectTargets:\n");
   EXPECT_EQ(run.result.standardOutput, detected + "\n");
   EXPECT_EQ(run.result.exitStatus, 0);
+}
+
+TEST_F(CommandTest, DetectPrintsTheRecordsOfTheReplyAndNotTheReply) {
+  const CommandRun run =
+      this->run({"blindfoldctl", "detect"},
+                {{HelperMethod::detectTargets,
+                  R"({ "serviceStates": [], "notes": ["a/b"], "cameras": [], "extra": 1,)"
+                  "\n"
+                  R"("selectedCameraID": null, "resolvedTargets": [] })"}});
+  EXPECT_EQ(run.result.standardOutput,
+            R"({"cameras":[],"notes":["a\/b"],"resolvedTargets":[],"serviceStates":[]})"
+            "\n");
+}
+
+TEST_F(CommandTest, RequestsThatOnlyReadHaveFiveSecondsAndTheOthersTwelve) {
+  for (const char* word : {"status", "detect"}) {
+    EXPECT_EQ(run({"blindfoldctl", word}).limits, "5 s\n") << word;
+  }
+  EXPECT_EQ(run({"blindfoldctl", "hold-built-in"}).limits, "5 s\n12 s\n");
+  for (const char* word : {"release", "restore", "renew", "mute", "unmute"}) {
+    EXPECT_EQ(run({"blindfoldctl", word, "LEASE"}).limits, "12 s\n") << word;
+  }
 }
 
 TEST_F(CommandTest, HoldBuiltInDetectsThenHoldsAndPrintsTheHoldsResult) {
@@ -238,7 +280,7 @@ TEST_F(CommandTest, ADetectionThatDoesNotDecodeSendsNoHold) {
 TEST_F(CommandTest, TheNotesOfADetectionDoNotMatterToAHold) {
   Bytes other = detected;
   const Bytes notes = R"(["a note"])";
-  other.replace(other.find(notes), notes.size(), R"(["No camera.","error: true",""])");
+  other.replace(other.find(notes), notes.size(), R"(["No camera.","error: true","","a","b"])");
   const CommandRun run =
       this->run({"blindfoldctl", "hold-built-in"},
                 {{HelperMethod::detectTargets, other}, {HelperMethod::hold, done}});

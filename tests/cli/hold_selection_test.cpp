@@ -78,6 +78,12 @@ TEST(SelectCameraTest, OfTwoCamerasWithTheSelectedIdTheFirstIsChosen) {
   EXPECT_EQ(selectCamera(cameras, "B"), &cameras[1]);
 }
 
+TEST(SelectCameraTest, TheSelectedCameraIsFoundAtTheEndOfALongList) {
+  std::vector<CameraInfo> cameras;
+  for (int count = 0; count < 1000; ++count) cameras.push_back(camera(std::to_string(count)));
+  EXPECT_EQ(selectCamera(cameras, "999"), &cameras[999]);
+}
+
 TEST(SelectCameraTest, IdsAreComparedExactly) {
   EXPECT_EQ(selectCamera({camera("a")}, "A"), nullptr);
   EXPECT_EQ(selectCamera({camera("A ")}, "A"), nullptr);
@@ -181,7 +187,11 @@ TEST(CaptureActivityTest, ARunningTargetOfPriorityOneOrMoreCountsWhateverItsLabe
 }
 
 TEST(CaptureActivityTest, ATargetOfNegativePriorityNeverCounts) {
-  EXPECT_FALSE(requestFor({target(daemonLabel, -1, 512)}).captureWasActiveAtRequestTime);
+  for (const std::int64_t priority :
+       {std::int64_t{-1}, std::int64_t{-4'294'967'296}, std::numeric_limits<std::int64_t>::min()}) {
+    EXPECT_FALSE(requestFor({target(daemonLabel, priority, 512)}).captureWasActiveAtRequestTime)
+        << priority;
+  }
 }
 
 TEST(CaptureActivityTest, AnyOneOfManyTargetsIsEnough) {
@@ -230,6 +240,14 @@ TEST(CaptureActivityTest, ADaemonCountsWhereverItStands) {
                   .captureWasActiveAtRequestTime);
 }
 
+TEST(CaptureActivityTest, TheLastOfManyTargetsCounts) {
+  std::vector<TargetService> targets(1000, target(daemonLabel, 0, std::nullopt));
+  targets.back().pid = 512;
+  EXPECT_TRUE(requestFor(targets).captureWasActiveAtRequestTime);
+  targets.back() = target("client", 1, 512);
+  EXPECT_TRUE(requestFor(targets).captureWasActiveAtRequestTime);
+}
+
 TEST(CaptureActivityTest, TheConditionsOfOneTargetAreNotMetByTwo) {
   EXPECT_FALSE(requestFor({target(daemonLabel, 0, std::nullopt), target("x", 0, 512),
                            target(daemonLabel, -1, 512), target("y", 1, std::nullopt)})
@@ -251,8 +269,8 @@ TEST(DaemonPatternTest, TheMatcherAgreesWithTheExpressionItStandsFor) {
        {"com.apple.appleh13camerad", "com.apple.appleh1camerad", "com.apple.appleh0099camerad",
         "com.apple.appleh13camerad.extra", "com.apple.applehcamerad", "com.apple.AppleH13camerad",
         "xcom.apple.appleh13camerad", "comXapple.appleh13camerad", "com.appleXappleh13camerad",
-        "com.apple.appleh1xcamerad", "com.apple.appleh13camera", "com.apple.appleh-1camerad",
-        "com.apple.appleh camerad", "com.apple.appleh", "camerad", "",
+        "com.apple.appleh1xcamerad", "com.apple.appleh1acamerad", "com.apple.appleh13camera",
+        "com.apple.appleh-1camerad", "com.apple.appleh camerad", "com.apple.appleh", "camerad", "",
         "com.apple.appleh13cameradcamerad", "com.apple.appleh\u0661camerad"}) {
     EXPECT_EQ(matchesBuiltInCameraDaemonPattern(label), std::regex_search(label, expression))
         << label;
@@ -292,6 +310,16 @@ TEST(CorrelationSnapshotTest, AnyPidIsKeptAsItIs) {
                                                  {"c", std::numeric_limits<std::int64_t>::max()}}));
 }
 
+TEST(CorrelationSnapshotTest, EveryServiceOfALongListIsKept) {
+  std::vector<LaunchdServiceState> states;
+  std::map<std::string, std::int64_t> snapshot;
+  for (int pid = 0; pid < 1000; ++pid) {
+    states.push_back(state("service " + std::to_string(pid), pid));
+    snapshot.emplace(states.back().label, pid);
+  }
+  EXPECT_EQ(makeCorrelationSnapshot(states), snapshot);
+}
+
 TEST(CorrelationSnapshotTest, LabelsAreToldApartExactly) {
   EXPECT_EQ(makeCorrelationSnapshot({state("a", 1), state("A", 2), state("a ", 3)}).size(), 3U);
 }
@@ -311,7 +339,8 @@ TEST(CorrelationSnapshotTest, NothingRunningIsAnEmptySnapshot) {
 }
 
 TEST(CorrelationSnapshotTest, ALabelMayRepeatWhileOnlyOneOfItsServicesRuns) {
-  EXPECT_EQ(makeCorrelationSnapshot({state("a", std::nullopt), state("a", 7, ServiceDomain::gui)}),
+  EXPECT_EQ(makeCorrelationSnapshot({state("a", std::nullopt), state("a", 7, ServiceDomain::gui),
+                                     state("a", std::nullopt)}),
             (std::map<std::string, std::int64_t>{{"a", 7}}));
 }
 

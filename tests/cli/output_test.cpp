@@ -1,10 +1,12 @@
 #include "blindfold/cli/output.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <limits>
@@ -67,6 +69,15 @@ TEST(PrintLineTest, AStandardOutputThatCannotBeWrittenIsAFailure) {
   EXPECT_EQ(result.standardError, "Standard output cannot be written: Bad file descriptor\n");
 }
 
+TEST(PrintLineTest, StandardOutputIsClosedBehindTheLineForWhatClosingItReports) {
+  const ProgramResult result = runInChild([] {
+    printLine("a line");
+    if (fcntl(STDOUT_FILENO, F_GETFD) != -1) std::_Exit(EXIT_FAILURE);
+  });
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.standardOutput, "a line\n");
+}
+
 TEST(ExhaustedMemoryTest, EndsTheProcessWithOneLine) {
   const ProgramResult result = runInChild([] {
     reportExhaustedMemory();
@@ -109,6 +120,12 @@ TEST(ReportFailureTest, ALongDescriptionIsWrittenWhole) {
     const std::string description(size, 'd');
     EXPECT_EQ(report(std::runtime_error(description)).standardError, description + "\n") << size;
   }
+}
+
+TEST(ReportFailureTest, SpaceAroundADescriptionIsPartOfIt) {
+  EXPECT_EQ(report(std::runtime_error(" a  b \t")).standardError, " a  b \t\n");
+  EXPECT_EQ(report(std::runtime_error("\na\n")).standardError, " a \n");
+  EXPECT_EQ(report(std::runtime_error(" ")).standardError, " \n");
 }
 
 TEST(ReportFailureTest, ADescriptionOfManyLinesIsWrittenWholeAsOne) {
