@@ -204,6 +204,22 @@ TEST(CaptureActivityTest, ACameraInUseCountsWithoutARunningTarget) {
                   .captureWasActiveAtRequestTime);
 }
 
+TEST(CaptureActivityTest, OfTheCameraOnlyItsUseCounts) {
+  const std::vector idle{target(daemonLabel, 0, std::nullopt)};
+  for (const bool isConnected : {false, true}) {
+    for (const bool isSuspended : {false, true}) {
+      for (const bool isInUse : {false, true}) {
+        CameraInfo selected = camera("CAM");
+        selected.isConnected = isConnected;
+        selected.isSuspended = isSuspended;
+        selected.isInUseByAnotherApplication = isInUse;
+        EXPECT_EQ(requestFor(idle, selected).captureWasActiveAtRequestTime, isInUse)
+            << isConnected << isSuspended;
+      }
+    }
+  }
+}
+
 TEST(CaptureActivityTest, TheUseThatCountsIsTheSelectedCameras) {
   const std::vector idle{target(daemonLabel, 0, std::nullopt)};
   EXPECT_FALSE(makeBuiltInHoldRequest({cameraInUse("FIRST"), camera("CAM"), cameraInUse("LAST")},
@@ -378,7 +394,10 @@ TEST(HoldSelectionTest, TheRequestNamesTheSelectedCameraByItsId) {
 }
 
 TEST(HoldSelectionTest, TheRequestHasEveryTargetInTheOrderReceived) {
-  const std::vector targets{target("z", 5, std::nullopt), target(daemonLabel, 0, 512),
+  const std::vector targets{target("z", 5, std::nullopt),
+                            target(daemonLabel, 0, 512),
+                            target(daemonLabel, 0, 512),
+                            target("no daemon", 0, 513),
                             target("a", -3, 0, ServiceDomain::gui, ControlMode::sigtermDebug),
                             target("z", 5, std::nullopt)};
   EXPECT_EQ(requestFor(targets).targets, targets);
