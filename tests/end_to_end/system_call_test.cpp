@@ -41,8 +41,8 @@ class SystemCallTest : public EndToEndTest {
                          [&](const std::string& call) { return call.starts_with(name + "("); });
   }
 
-  /// Whether `call` opens a file. The directory of the services' sockets is none: it is opened where
-  /// its path is too long for a socket's address.
+  /// Whether `call` opens a file. The directory of the services' sockets is none: it is opened
+  /// where its path is too long for a socket's address.
   static bool opensFile(const std::string& call) {
     return call.starts_with("open") && call.find("O_PATH|O_DIRECTORY") == std::string::npos;
   }
