@@ -17,9 +17,15 @@ set(zig "${repository}/build/zig/zig")
 if(NOT EXISTS "${zig}")
   message(FATAL_ERROR "The cross-compiler is not installed. Run scripts/install-zig.")
 endif()
-foreach(language IN ITEMS CXX OBJCXX)
-  set(CMAKE_${language}_COMPILER "${zig}" c++ -target ${target_${BLINDFOLD_MACOS_ARCHITECTURE}})
+set(command_C cc)
+set(command_CXX c++)
+set(command_OBJCXX c++)
+foreach(language IN ITEMS C CXX OBJCXX)
+  set(CMAKE_${language}_COMPILER
+      "${zig}" ${command_${language}} -target ${target_${BLINDFOLD_MACOS_ARCHITECTURE}})
 endforeach()
+# It reads no headers that were compiled before.
+set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
 
 find_program(CMAKE_AR NAMES llvm-ar-19 llvm-ar REQUIRED)
 find_program(CMAKE_RANLIB NAMES llvm-ranlib-19 llvm-ranlib REQUIRED)

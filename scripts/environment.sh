@@ -25,6 +25,7 @@ needed_of() {
     clang-19) echo "command clang++-19" ;;
     cmake) echo "cmake 3.25" ;;
     g++) echo "command c++" ;;
+    googletest) echo "file /usr/src/googletest/CMakeLists.txt" ;;
     libbenchmark-dev) echo "header benchmark/benchmark.h" ;;
     libblocksruntime-dev) echo "header Block.h" ;;
     libclang-rt-19-dev) echo "file /usr/lib/llvm-19/lib/clang/19/lib" ;;

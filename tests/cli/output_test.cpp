@@ -140,21 +140,20 @@ TEST(ReportFailureTest, ADescriptionOfManyLinesIsWrittenWholeAsOne) {
 
 /// The pieces in which `write` writes to the standard stream, each as one system call wrote it.
 std::vector<std::string> pieces(int stream, const std::function<void()>& write) {
-  // Reading from a socket of packets takes what one write has sent, no more and no less.
+  // Receiving from a socket of datagrams takes what one write has sent, no more and no less.
   std::array<int, 2> ends{};
-  EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
+  EXPECT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends.data()), 0);
   const FileDescriptor reader(ends[0]);
-  FileDescriptor writer(ends[1]);
+  const FileDescriptor writer(ends[1]);
   runInChild([&] {
     dup2(writer.get(), stream);
     write();
   });
-  writer.reset();
   std::vector<std::string> result;
   std::array<char, 4096> buffer{};
   for (;;) {
-    const ssize_t count = read(reader.get(), buffer.data(), buffer.size());
-    if (count <= 0) return result;
+    const ssize_t count = recv(reader.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    if (count < 0) return result;
     result.emplace_back(buffer.data(), static_cast<std::size_t>(count));
   }
 }

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
+#ifdef __APPLE__
+#include <malloc/malloc.h>
+#else
 #include <malloc.h>
+#endif
 
 #include <algorithm>
 #include <cstddef>
@@ -17,18 +21,27 @@ namespace {
 // The bytes that are allocated now, and the most that ever were.
 std::size_t liveBytes = 0;
 std::size_t peakBytes = 0;
+
+/// The bytes that the system has given for `memory`.
+std::size_t usableSize(void* memory) {
+#ifdef __APPLE__
+  return malloc_size(memory);
+#else
+  return malloc_usable_size(memory);
+#endif
+}
 }  // namespace
 
 // NOLINTBEGIN(cppcoreguidelines-owning-memory, misc-new-delete-overloads)
 void* operator new(std::size_t size) {
   void* const memory = std::malloc(size);
   if (memory == nullptr) throw std::bad_alloc();
-  liveBytes += malloc_usable_size(memory);
+  liveBytes += usableSize(memory);
   peakBytes = std::max(peakBytes, liveBytes);
   return memory;
 }
 void operator delete(void* memory) noexcept {
-  liveBytes -= malloc_usable_size(memory);
+  liveBytes -= usableSize(memory);
   std::free(memory);
 }
 void operator delete(void* memory, std::size_t /*size*/) noexcept {

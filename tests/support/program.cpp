@@ -26,8 +26,11 @@
 
 #include "blindfold/platform/posix/file_descriptor.h"
 
-namespace blindfold {
+#ifdef __APPLE__
+extern "C" char** environ;  // POSIX leaves its declaration to the program.
+#endif
 
+namespace blindfold {
 namespace {
 using Clock = std::chrono::steady_clock;
 

@@ -47,11 +47,14 @@ void connect(NSXPCConnection* client, NSXPCListener* listener, id<NSXPCListenerD
   [server release];
 }
 
-/// A reply that has not been given. Its end tells the client that none will come.
+/// A reply that has not been given, which keeps both ends of the connection alive. Its end tells
+/// the client that none will come.
 class PendingReply {
  public:
   PendingReply(NSXPCConnection* client, BlindfoldReply reply)
       : client_(blindfold::ObjectReference<NSXPCConnection*>::retaining(client)),
+        server_(blindfold::ObjectReference<NSXPCConnection*>::retaining(
+            InProcessCalls::with(client, [](Peer& peer) { return peer.otherEnd; }))),
         reply_(blindfold::BlockReference<BlindfoldReply>::retaining(reply)) {}
   PendingReply(const PendingReply&) = delete;
   PendingReply& operator=(const PendingReply&) = delete;
@@ -68,6 +71,7 @@ class PendingReply {
 
  private:
   const blindfold::ObjectReference<NSXPCConnection*> client_;
+  const blindfold::ObjectReference<NSXPCConnection*> server_;
   const blindfold::BlockReference<BlindfoldReply> reply_;
   bool given_ = false;
 };

@@ -23,7 +23,8 @@ constexpr std::size_t muchText = std::size_t{1} << 20U;
 class NonBlockingPipe {
  public:
   explicit NonBlockingPipe(int descriptor) {
-    if (pipe2(ends_.data(), O_NONBLOCK) != 0) std::abort();
+    if (pipe(ends_.data()) != 0) std::abort();
+    for (const int end : ends_) fcntl(end, F_SETFL, O_NONBLOCK);
     dup2(ends_[1], descriptor);
     close(ends_[1]);
   }
