@@ -48,8 +48,8 @@ add_compile_options($<$<NOT:$<CONFIG:Debug>>:-ffunction-sections>
                     $<$<NOT:$<CONFIG:Debug>>:-fdata-sections>)
 
 # On Linux; Apple's compilers do the like by themselves.
-option(BLINDFOLD_HARDENING "Position-independent programs, protected stacks, checked copies, \
-relocated data read-only" ON)
+option(BLINDFOLD_HARDENING "Position-independent programs unless they are static, protected stacks, \
+checked copies, relocated data read-only" ON)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   # The library, which may become part of another program's shared library.
   set(CMAKE_POSITION_INDEPENDENT_CODE ON)
@@ -75,14 +75,16 @@ if(BLINDFOLD_SANITIZERS)
   add_link_options(-fsanitize=${BLINDFOLD_SANITIZERS})
 endif()
 
-# Without the dynamic linker a program starts in half the time.
+# Without the dynamic linker a program starts in half the time. Such a program is not position
+# independent: relocating itself costs it more than a twentieth of a run (docs/performance.md).
+set(startUpScript "${CMAKE_CURRENT_LIST_DIR}/start_up.ld")
 set(staticByDefault OFF)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT BLINDFOLD_SANITIZERS)
-  set(CMAKE_REQUIRED_FLAGS -fPIE)
-  set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
+  set(CMAKE_REQUIRED_LINK_OPTIONS -static)
   check_cxx_source_compiles("#include <string>\nint main() { return std::stoi(\"0\"); }"
                             BLINDFOLD_LINKS_STATIC_PROGRAMS)
-  unset(CMAKE_REQUIRED_FLAGS)
+  list(APPEND CMAKE_REQUIRED_LINK_OPTIONS "LINKER:-T,${startUpScript}")
+  check_cxx_source_compiles("int main() {}" BLINDFOLD_PLACES_START_UP_CODE)
   unset(CMAKE_REQUIRED_LINK_OPTIONS)
   set(staticByDefault ${BLINDFOLD_LINKS_STATIC_PROGRAMS})
 endif()
@@ -99,10 +101,11 @@ function(blindfold_link_for_shipping target)
     return()
   endif()
   set(static $<AND:$<CONFIG:Release>,$<BOOL:${BLINDFOLD_STATIC_PROGRAMS}>>)
-  if(BLINDFOLD_HARDENING)
-    target_link_options(${target} PRIVATE $<IF:${static},-static-pie,-pie>)
-  else()
-    target_link_options(${target} PRIVATE $<${static}:-static>)
+  target_link_options(${target} PRIVATE
+    $<IF:${static},-static,$<$<BOOL:${BLINDFOLD_HARDENING}>:-pie>>)
+  if(BLINDFOLD_PLACES_START_UP_CODE)
+    target_link_options(${target} PRIVATE "$<${static}:LINKER:-T,${startUpScript}>")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${startUpScript}")
   endif()
   target_link_options(${target} PRIVATE "$<$<CONFIG:Release>:-s;-Wl,--gc-sections>")
 endfunction()

@@ -20,8 +20,11 @@ constexpr std::array<std::string_view, 26> whiteSpaceCharacters{
 };
 
 /// The number of bytes of the white-space character that satisfies `matches`; 0 when none does.
+/// `outermost` is the byte at the end of the text that `matches` examines.
 template <class Predicate>
-std::size_t sizeOfMatch(const Predicate& matches) {
+std::size_t sizeOfMatch(char outermost, const Predicate& matches) {
+  const bool isVisibleASCII = outermost > ' ' && outermost <= '~';
+  if (isVisibleASCII) return 0;
   const auto found =
       std::find_if(whiteSpaceCharacters.begin(), whiteSpaceCharacters.end(), matches);
   return found == whiteSpaceCharacters.end() ? 0 : found->size();
@@ -49,10 +52,12 @@ std::vector<std::string> trimmedTexts(const std::optional<DictionaryValue>& valu
 }  // namespace
 
 std::string_view trimmingWhiteSpace(std::string_view text) {
-  while (const auto size = sizeOfMatch([&](auto each) { return text.starts_with(each); })) {
+  const auto startsWith = [&](auto each) { return text.starts_with(each); };
+  const auto endsWith = [&](auto each) { return text.ends_with(each); };
+  while (const auto size = text.empty() ? 0 : sizeOfMatch(text.front(), startsWith)) {
     text.remove_prefix(size);
   }
-  while (const auto size = sizeOfMatch([&](auto each) { return text.ends_with(each); })) {
+  while (const auto size = text.empty() ? 0 : sizeOfMatch(text.back(), endsWith)) {
     text.remove_suffix(size);
   }
   return text;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "blindfold/model/json/plain_characters.h"
 #include "blindfold/text/ascii.h"
+#include "blindfold/text/plain_characters.h"
 #include "blindfold/text/utf8.h"
 
 namespace blindfold {
@@ -99,7 +99,7 @@ void appendJSONString(std::string& json, std::string_view text) {
   json += '"';
   std::size_t begin = 0;  // of the text that is not yet in `json`
   for (std::size_t position = 0;;) {
-    position += plainLength<SlashIs::escaped>(text.substr(position));
+    position += plainLength<'"', '\\', '/'>(text.substr(position));
     if (position == text.size()) break;
     const CodePoint codePoint = readCodePoint(text, position);
     const std::size_t end = position + codePoint.length;

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "blindfold/text/plain_characters.h"
+
 namespace blindfold {
 
 /// An escape sequence of a JSON string: its code point, and its length in bytes.
@@ -17,6 +19,12 @@ struct JSONEscape {
 /// The escape sequence at the beginning of `text`; a surrogate pair is one sequence. `std::nullopt`
 /// when there is none, or an unpaired surrogate.
 std::optional<JSONEscape> readJSONEscape(std::string_view text);
+
+/// The number of ASCII characters at the beginning of `text` that stand for themselves in a JSON
+/// string (RFC 8259, section 7).
+inline std::size_t plainStringLength(std::string_view text) {
+  return plainLength<'"', '\\'>(text);
+}
 
 /// A string of a checked JSON text, as it is spelled there.
 struct JSONString {

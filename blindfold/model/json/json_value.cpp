@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "blindfold/model/json/coding_error.h"
-#include "blindfold/model/json/plain_characters.h"
 #include "blindfold/text/ascii.h"
 #include "blindfold/text/enumeration_table.h"
 #include "blindfold/text/one_line.h"
@@ -141,7 +140,7 @@ class Scanner {
   void scanString() {
     ++position_;
     for (;;) {
-      position_ += plainLength(text_.substr(position_));
+      position_ += plainStringLength(text_.substr(position_));
       if (skipIf('"')) return;
       if (atEnd()) expected("a quotation mark");
       scanCharacter();

@@ -55,7 +55,7 @@ bool SinglePassReader::read(Instant& result) {
 bool SinglePassReader::takeText(std::string_view& text, std::string& storage) {
   if (!take('"')) return false;
   const std::string_view ahead = rest();
-  const std::size_t length = plainLength(ahead);
+  const std::size_t length = plainStringLength(ahead);
   if (length == ahead.size() || ahead[length] != '"') return takeSpecialText(text, storage);
   text = ahead.substr(0, length);
   position_ += length + 1;
@@ -69,7 +69,7 @@ bool SinglePassReader::takeSpecialText(std::string_view& text, std::string& stor
   };
   bool hasEscapes = false;
   for (;;) {
-    position_ += plainLength(rest());
+    position_ += plainStringLength(rest());
     if (peek() == '"') {
       text = takeUnescaped();
       if (hasEscapes) text = storage += text;

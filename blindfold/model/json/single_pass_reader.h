@@ -16,7 +16,6 @@
 #include "blindfold/model/enumerations.h"
 #include "blindfold/model/json/encoded_names.h"
 #include "blindfold/model/json/list_growth.h"
-#include "blindfold/model/json/plain_characters.h"
 #include "blindfold/model/record.h"
 #include "blindfold/text/ascii.h"
 

@@ -14,7 +14,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -64,7 +64,7 @@ class AllSignalsBlocked {
 };
 
 /// Takes the first piece of work off `queue`.
-Work takeFirst(std::deque<Work>& queue) {
+Work takeFirst(std::list<Work>& queue) {
   auto first = std::move(queue.front());
   queue.pop_front();
   return first;
@@ -129,8 +129,8 @@ class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
   FileDescriptor wakeDescriptor_;    // an eventfd, from when there is more than one thread
   std::condition_variable posting_;  // for a main thread that does not serve
 
-  std::deque<Work> posted_;
-  std::deque<Work> performed_;
+  std::list<Work> posted_;
+  std::list<Work> performed_;
   Timetable timetable_;
   std::map<int, Watch> watches_;
   std::uint64_t nextSerial_ = 0;

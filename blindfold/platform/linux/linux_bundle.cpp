@@ -84,7 +84,9 @@ class MainBundle final : public InfoBundle {
 
  private:
   const InfoDictionary& infoDictionary() const override {
-    static const InfoDictionary dictionary = readMainInfoDictionary();
+    // Never destroyed: other threads may read it while the process exits.
+    static const InfoDictionary& dictionary =
+        *std::make_unique<InfoDictionary>(readMainInfoDictionary()).release();
     return dictionary;
   }
 

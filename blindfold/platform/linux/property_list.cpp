@@ -9,6 +9,7 @@
 #include <system_error>
 #include <variant>
 
+#include "blindfold/text/plain_characters.h"
 #include "blindfold/text/utf8.h"
 
 namespace blindfold {
@@ -40,10 +41,6 @@ constexpr CharacterSet nameCharacters(
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._:");
 constexpr CharacterSet publicIdentifierCharacters(
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 \r\n-'()+,./:=?;!*#@$_%");
-/// The ASCII characters that stand for themselves in every text.
-constexpr CharacterSet plainCharacters(
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 \t\n"
-    "!\"#$%'()*+,-./:;=>?@[\\^_`{|}~\x7f");
 
 /// The rest of a text that is being read. Borrows the text.
 class Cursor {
@@ -69,6 +66,16 @@ class Cursor {
     std::size_t count = 0;
     while (count < rest_.size() && set.contains(rest_[count])) ++count;
     return takeCount(count);
+  }
+
+  /// Takes the ASCII characters that stand for themselves in every text, lines of them.
+  std::string_view takePlainText() {
+    for (std::size_t count = 0;; ++count) {
+      count += plainLength<'<', '&', ']'>(rest_.substr(count));
+      const bool isPlainControl =
+          count < rest_.size() && (rest_[count] == '\n' || rest_[count] == '\t');
+      if (!isPlainControl) return takeCount(count);
+    }
   }
 
  private:
@@ -281,7 +288,9 @@ class PropertyListParser {
   }
 
   InfoDictionary readDictionary(const StartTag& tag, int nesting) {
+    constexpr std::size_t usualCount = 16;
     InfoDictionary dictionary;
+    if (!tag.isEmpty) dictionary.reserve(usualCount);
     while (!isAtEndOf(tag)) {
       const StartTag keyTag = readStartTag();
       require(keyTag.name == "key");
@@ -337,7 +346,7 @@ class PropertyListParser {
   std::string readText() {
     std::string text;
     for (;;) {
-      text += cursor_.takeWhile(plainCharacters);
+      text += cursor_.takePlainText();
       require(!cursor_.isAtEnd() && !cursor_.rest().starts_with("]]>"));
       if (cursor_.rest().front() == '&') {
         text += encodeUTF8(readReference()).text();
@@ -416,7 +425,7 @@ class PropertyListParser {
     require(count != std::string_view::npos);
     const auto characters = cursor_.takeCount(count);
     Cursor unchecked(characters);
-    unchecked.takeWhile(plainCharacters);
+    unchecked.takePlainText();
     require(isValidUTF8(unchecked.rest(), isXMLCharacter));
     read(mark);
     return characters;

@@ -1,4 +1,4 @@
-#include "blindfold/model/json/plain_characters.h"
+#include "blindfold/text/plain_characters.h"
 
 #include <gtest/gtest.h>
 
@@ -8,23 +8,25 @@
 namespace blindfold {
 namespace {
 /// `plainLength` without the examination of several characters at a time.
-template <SlashIs slash>
+template <char... special>
 std::size_t lengthCharacterByCharacter(std::string_view text) {
   return static_cast<std::size_t>(
-      std::find_if_not(text.begin(), text.end(), isPlainCharacter<slash>) - text.begin());
+      std::find_if_not(text.begin(), text.end(), isPlainCharacter<special...>) - text.begin());
 }
 
-template <SlashIs slash>
+template <char... special>
 void expectSameLength(std::string_view text) {
-  ASSERT_EQ(plainLength<slash>(text), lengthCharacterByCharacter<slash>(text)) << text;
+  ASSERT_EQ(plainLength<special...>(text), lengthCharacterByCharacter<special...>(text)) << text;
 }
 
-TEST(PlainCharactersTest, ArePrintableASCIIWithoutQuotationMarkAndBackslash) {
+TEST(PlainCharactersTest, AreASCIIWithoutControlAndSpecialCharacters) {
   for (int byte = 0; byte < 256; ++byte) {
     const auto character = static_cast<char>(byte);
-    const bool isPlain = byte >= 0x20 && byte < 0x80 && character != '"' && character != '\\';
-    EXPECT_EQ(isPlainCharacter<SlashIs::plain>(character), isPlain) << byte;
-    EXPECT_EQ(isPlainCharacter<SlashIs::escaped>(character), isPlain && character != '/') << byte;
+    const bool isPlain = byte >= 0x20 && byte < 0x80;
+    EXPECT_EQ(isPlainCharacter<>(character), isPlain) << byte;
+    EXPECT_EQ((isPlainCharacter<'"', '/'>(character)),
+              isPlain && character != '"' && character != '/')
+        << byte;
   }
 }
 
@@ -33,8 +35,8 @@ TEST(PlainCharactersTest, AreCountedUpToAnyByteAtAnyPosition) {
     for (std::size_t position = 0; position < 20; ++position) {
       std::string text(20, 'x');
       text[position] = static_cast<char>(byte);
-      expectSameLength<SlashIs::plain>(text);
-      expectSameLength<SlashIs::escaped>(text);
+      expectSameLength<'"', '\\'>(text);
+      expectSameLength<'<', '&', ']', ' ', '~'>(text);
     }
   }
 }
@@ -45,8 +47,8 @@ TEST(PlainCharactersTest, AreCountedBesideAnyOtherByte) {
       std::string text = "xxxxxxxx";
       text[3] = static_cast<char>(first);
       text[4] = static_cast<char>(second);
-      expectSameLength<SlashIs::plain>(text);
-      expectSameLength<SlashIs::escaped>(text);
+      expectSameLength<'"', '\\'>(text);
+      expectSameLength<'<', '&', ']', ' ', '~'>(text);
     }
   }
 }
@@ -54,7 +56,7 @@ TEST(PlainCharactersTest, AreCountedBesideAnyOtherByte) {
 TEST(PlainCharactersTest, AreCountedToTheEndOfATextOfAnyLength) {
   const std::string text(40, '~');
   for (std::size_t length = 0; length <= text.size(); ++length) {
-    EXPECT_EQ(plainLength(std::string_view(text).substr(0, length)), length);
+    EXPECT_EQ(plainLength<'"'>(std::string_view(text).substr(0, length)), length);
   }
 }
 }  // namespace

@@ -8,20 +8,15 @@
 
 namespace blindfold {
 
-/// Whether the slash counts as a plain character. It stands for itself in a JSON text, but is
-/// written as an escape sequence.
-enum class SlashIs { plain, escaped };
-
-/// Whether `character` is ASCII and stands for itself in a JSON string (RFC 8259, section 7).
-template <SlashIs slash = SlashIs::plain>
+/// Whether `character` is ASCII, neither a control character nor one of `special`. DEL counts as no
+/// control character, as in JSON and XML.
+template <char... special>
 constexpr bool isPlainCharacter(char character) {
-  const bool isEscapedSlash = slash == SlashIs::escaped && character == '/';
-  return static_cast<signed char>(character) >= ' ' && character != '"' && character != '\\' &&
-         !isEscapedSlash;
+  return static_cast<signed char>(character) >= ' ' && ((character != special) && ...);
 }
 
 /// The number of plain characters at the beginning of `text`. Examines eight at a time.
-template <SlashIs slash = SlashIs::plain>
+template <char... special>
 std::size_t plainLength(std::string_view text) {
   constexpr std::uint64_t lowBits = 0x0101010101010101;
   constexpr std::uint64_t highBits = 0x8080808080808080;
@@ -36,13 +31,12 @@ std::size_t plainLength(std::string_view text) {
         return (difference - lowBits) & ~difference;
       };
       // A byte below a space borrows, so that only the lowest bit found is certain: it is enough.
-      std::uint64_t found = word | (word - lowBits * ' ') | bytesThatAre('"') | bytesThatAre('\\');
-      if constexpr (slash == SlashIs::escaped) found |= bytesThatAre('/');
-      found &= highBits;
+      const std::uint64_t found =
+          ((word | (word - lowBits * ' ')) | ... | bytesThatAre(special)) & highBits;
       if (found != 0) return length + static_cast<std::size_t>(std::countr_zero(found)) / 8;
     }
   }
-  while (length < text.size() && isPlainCharacter<slash>(text[length])) ++length;
+  while (length < text.size() && isPlainCharacter<special...>(text[length])) ++length;
   return length;
 }
 
