@@ -25,12 +25,12 @@ std::size_t plainLength(std::string_view text) {
     for (; length + sizeof(std::uint64_t) <= text.size(); length += sizeof(std::uint64_t)) {
       std::uint64_t word = 0;
       std::memcpy(&word, text.data() + length, sizeof word);
-      // Sets the high bit of each byte that is `character`, and perhaps of bytes after it.
+      // Sets the high bit of each byte that is `character`.
       const auto bytesThatAre = [word](char character) {
-        const std::uint64_t difference = word ^ lowBits * static_cast<unsigned char>(character);
-        return (difference - lowBits) & ~difference;
+        return (word ^ lowBits * static_cast<unsigned char>(character)) - lowBits;
       };
-      // A byte below a space borrows, so that only the lowest bit found is certain: it is enough.
+      // A byte that is found may borrow from those after it, and a byte that is not ASCII is found
+      // anyhow, so that only the lowest bit found is certain: it is enough.
       const std::uint64_t found =
           ((word | (word - lowBits * ' ')) | ... | bytesThatAre(special)) & highBits;
       if (found != 0) return length + static_cast<std::size_t>(std::countr_zero(found)) / 8;

@@ -85,7 +85,8 @@ class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
   void runMainRound();
   void serveElsewhere(bool callerBlocks);
   std::shared_ptr<WorkItem> schedule(std::chrono::nanoseconds delay, Work work);
-  void perform(Work work);
+  void performInNextRound(Work work);
+  bool isServer() const;
   void watch(int descriptor, short events, Handler handler);
   void unwatch(int descriptor);
 
@@ -108,7 +109,8 @@ class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
   };
 
   bool dropFirst();
-  bool isServer() const { return server_ == std::this_thread::get_id(); }
+  /// Whether the calling thread is the server. With the lock held.
+  bool serves() const { return server_ == std::this_thread::get_id(); }
   void startThread();
   void serveThread();
   void serveRound(Lock& lock);
@@ -119,7 +121,7 @@ class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
   void runDueWork(Lock& lock);
 
   const bool startsThread_;
-  std::mutex lock_;
+  mutable std::mutex lock_;
   std::thread::id server_;      // none until somebody serves
   std::thread::id mainThread_;  // the one that runs posted work; none until there is one
   bool isWaiting_ = false;      // the server is in poll
@@ -217,16 +219,16 @@ void EventLoop::State::post(Work work) {
   }
 }
 
-void EventLoop::State::perform(Work work) {
-  {
-    const Lock guard(lock_);
-    if (!isServer()) {
-      performed_.push_back(std::move(work));
-      if (server_ == std::thread::id() && startsThread_) startThread();
-      return wakeServer();
-    }
-  }
-  work();
+bool EventLoop::State::isServer() const {
+  const Lock guard(lock_);
+  return serves();
+}
+
+void EventLoop::State::performInNextRound(Work work) {
+  const Lock guard(lock_);
+  performed_.push_back(std::move(work));
+  if (server_ == std::thread::id() && startsThread_) startThread();
+  wakeServer();
 }
 
 std::shared_ptr<WorkItem> EventLoop::State::schedule(std::chrono::nanoseconds delay, Work work) {
@@ -234,7 +236,7 @@ std::shared_ptr<WorkItem> EventLoop::State::schedule(std::chrono::nanoseconds de
   const auto item = std::make_shared<TimedItem>(weak_from_this(), std::move(work));
   const Lock guard(lock_);
   item->enter(timetable_.emplace(Clock::now() + bounded, item));
-  if (!isServer()) {
+  if (!serves()) {
     if (server_ == std::thread::id() && startsThread_) startThread();
     wakeServer();
   }
@@ -245,7 +247,7 @@ void EventLoop::State::watch(int descriptor, short events, Handler handler) {
   auto shared = std::make_shared<const Handler>(std::move(handler));
   Watch replaced;
   const Lock guard(lock_);
-  assert(isServer());
+  assert(serves());
   replaced = std::exchange(watches_[descriptor], {nextSerial_++, events, std::move(shared)});
 }
 
@@ -258,7 +260,7 @@ void EventLoop::State::unwatch(int descriptor) {
 void EventLoop::State::serveElsewhere(bool callerBlocks) {
   const Lock guard(lock_);
   const bool isServed = server_ != std::thread::id() && server_ != mainThread_;
-  if (!isServed || (callerBlocks && isServer())) startThread();
+  if (!isServed || (callerBlocks && serves())) startThread();
 }
 
 /// Makes a new thread of the loop's own the server. The former server, if there is one, finishes
@@ -275,7 +277,7 @@ void EventLoop::State::startThread() {
 
 void EventLoop::State::serveThread() {
   Lock lock(lock_);
-  while (!isEnding_ && isServer()) serveRound(lock);
+  while (!isEnding_ && serves()) serveRound(lock);
   --ownThreads_;
   ending_.notify_all();
 }
@@ -291,7 +293,7 @@ void EventLoop::State::enterMainThread() {
 void EventLoop::State::runMainRound() {
   Lock lock(lock_);
   assert(mainThread_ == std::this_thread::get_id());
-  if (isServer()) {
+  if (serves()) {
     serveRound(lock);
   } else {
     posting_.wait(lock, [&] { return !posted_.empty(); });
@@ -304,7 +306,7 @@ void EventLoop::State::runMainRound() {
 /// Ends early when the work leaves the service to another thread.
 void EventLoop::State::serveRound(Lock& lock) {
   waitForDescriptors(lock);
-  while (isServer() && !performed_.empty()) runUnlocked(lock, takeFirst(performed_));
+  while (serves() && !performed_.empty()) runUnlocked(lock, takeFirst(performed_));
   runDueWork(lock);
 }
 
@@ -349,7 +351,7 @@ void EventLoop::State::waitForDescriptors(Lock& lock) {
       std::uint64_t wakes = 0;
       (void)!read(wakeDescriptor_.get(), &wakes, sizeof wakes);
     }
-    for (std::size_t i = 0; i < watched && isServer(); ++i) {
+    for (std::size_t i = 0; i < watched && serves(); ++i) {
       if (polled.descriptors[i].revents != 0) {
         callHandler(lock, polled.descriptors[i], polled.serials[i]);
       }
@@ -360,7 +362,7 @@ void EventLoop::State::waitForDescriptors(Lock& lock) {
 
 int EventLoop::State::pollTimeout() const {
   const bool hasPosted = server_ == mainThread_ && !posted_.empty();
-  if (hasPosted || !performed_.empty() || isEnding_ || !isServer()) return 0;
+  if (hasPosted || !performed_.empty() || isEnding_ || !serves()) return 0;
   if (timetable_.empty()) return -1;
   return millisecondsUntil(timetable_.begin()->first);
 }
@@ -378,7 +380,7 @@ void EventLoop::State::callHandler(Lock& lock, const pollfd& ready, std::uint64_
 
 void EventLoop::State::runDueWork(Lock& lock) {
   const auto now = Clock::now();
-  while (isServer() && !timetable_.empty() && timetable_.begin()->first <= now) {
+  while (serves() && !timetable_.empty() && timetable_.begin()->first <= now) {
     auto item = std::move(timetable_.begin()->second);
     timetable_.erase(timetable_.begin());
     Work work = item->leave();
@@ -418,8 +420,12 @@ std::shared_ptr<WorkItem> EventLoop::schedule(std::chrono::nanoseconds delay,
   return state_->schedule(delay, std::move(work));
 }
 
-void EventLoop::perform(std::function<void()> work) {
-  state_->perform(std::move(work));
+bool EventLoop::isServer() const {
+  return state_->isServer();
+}
+
+void EventLoop::performInNextRound(std::function<void()> work) {
+  state_->performInNextRound(std::move(work));
 }
 
 void EventLoop::watch(int descriptor, short events, std::function<void(short)> handler) {

@@ -53,7 +53,11 @@ class EventLoop final : public MainLoop, public TimedWorkQueue {
 
   /// Runs `work` on the server: at once when that is the calling thread, in its next round
   /// otherwise.
-  void perform(std::function<void()> work);
+  template <class Work>
+  void perform(Work work) {
+    if (isServer()) return work();
+    performInNextRound(std::move(work));
+  }
 
   /// Calls `handler` with poll's `revents` whenever `descriptor` is ready for `events` (POLLIN,
   /// POLLOUT) or has failed, until it is unwatched. Watching it again replaces both. The caller
@@ -66,6 +70,12 @@ class EventLoop final : public MainLoop, public TimedWorkQueue {
 
  private:
   class State;
+
+  /// Whether the calling thread is the server.
+  bool isServer() const;
+
+  void performInNextRound(std::function<void()> work);
+
   const std::shared_ptr<State> state_;
 };
 

@@ -23,20 +23,14 @@ extern "C" {
 
 namespace blindfold {
 namespace {
-/// The contents of the bundle's information property list; `std::nullopt` when it is no regular
-/// file, cannot be read or is too long. Never waits: a FIFO without a writer opens at once.
-std::optional<std::string> readInfoFile(const FileDescriptor& bundleDirectory) {
+/// The contents of the bundle's information property list; empty when it is no regular file, cannot
+/// be read or is too long. Never waits: a FIFO without a writer opens at once.
+std::string readInfoFile(const FileDescriptor& bundleDirectory) {
   const FileDescriptor file(openat(bundleDirectory.get(), "Contents/Info.plist",
                                    O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat status{};
-  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  return readToEnd(file, maximumInfoFileSize);
-}
-
-/// The info dictionary of the bundle in `directory`; empty when it has no readable list.
-InfoDictionary readInfoDictionary(const FileDescriptor& directory) {
-  const auto contents = readInfoFile(directory);
-  return contents ? parsePropertyList(*contents) : InfoDictionary();
+  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  return readToEnd(file, maximumInfoFileSize).value_or("");
 }
 
 FileDescriptor openDirectory(const FileURL& url) {
@@ -47,8 +41,7 @@ FileDescriptor openDirectory(const FileURL& url) {
 class InfoBundle : public Bundle {
  public:
   std::optional<DictionaryValue> objectForInfoDictionaryKey(std::string_view key) const override {
-    const DictionaryValue* const value = valueForKey(infoDictionary(), key);
-    return value == nullptr ? std::nullopt : std::optional(*value);
+    return valueForKey(infoDictionary(), key);
   }
 
   std::optional<std::string> bundleIdentifier() const override {
@@ -86,22 +79,26 @@ class MainBundle final : public InfoBundle {
   const InfoDictionary& infoDictionary() const override {
     // Never destroyed: other threads may read it while the process exits.
     static const InfoDictionary& dictionary =
-        *std::make_unique<InfoDictionary>(readMainInfoDictionary()).release();
+        *std::make_unique<InfoDictionary>(parsePropertyList(propertyList())).release();
     return dictionary;
   }
 
-  InfoDictionary readMainInfoDictionary() const {
+  /// Called once.
+  std::string_view propertyList() const {
     const std::string_view linked = linkedPropertyList();
-    if (!linked.empty()) return parsePropertyList(linked);
+    if (!linked.empty()) return linked;
     const FileDescriptor directory = openDirectory(bundleURL());
-    return directory ? readInfoDictionary(directory) : InfoDictionary();
+    if (!directory) return {};
+    return *std::make_unique<std::string>(readInfoFile(directory)).release();
   }
 };
 
 class DirectoryBundle final : public InfoBundle {
  public:
-  DirectoryBundle(FileURL url, InfoDictionary infoDictionary)
-      : url_(std::move(url)), infoDictionary_(std::move(infoDictionary)) {}
+  DirectoryBundle(FileURL url, std::string propertyList)
+      : url_(std::move(url)),
+        propertyList_(std::move(propertyList)),
+        infoDictionary_(parsePropertyList(propertyList_)) {}
 
   FileURL bundleURL() const override { return url_; }
 
@@ -122,6 +119,7 @@ class DirectoryBundle final : public InfoBundle {
   const InfoDictionary& infoDictionary() const override { return infoDictionary_; }
 
   const FileURL url_;
+  const std::string propertyList_;
   const InfoDictionary infoDictionary_;
 };
 }  // namespace
@@ -147,7 +145,7 @@ std::unique_ptr<Bundle> LinuxBundleProvider::bundleWithURL(const FileURL& url) c
   if (url.path().find('\0') != std::string::npos) return nullptr;
   const FileDescriptor directory = openDirectory(url);
   if (!directory) return nullptr;
-  return std::make_unique<DirectoryBundle>(url, readInfoDictionary(directory));
+  return std::make_unique<DirectoryBundle>(url, readInfoFile(directory));
 }
 
 }  // namespace blindfold

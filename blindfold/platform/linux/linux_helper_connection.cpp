@@ -128,6 +128,7 @@ class LinuxHelperConnection final : public HelperConnection,
   void connect();
   void startTalking();
   void transmit();
+  void watchFor(short events);
   void serve(short revents);
   void receive();
   std::optional<Answer> nextAnswer();
@@ -148,6 +149,7 @@ class LinuxHelperConnection final : public HelperConnection,
   std::shared_ptr<WorkItem> nextTry_;
   FileDescriptor socket_;     ///< From `resume` until the connection ends.
   bool isConnected_ = false;  ///< To a peer that is trusted.
+  short watchedEvents_ = 0;   ///< Of the socket; 0 while it is not watched.
   Bytes outgoing_;
   std::size_t written_ = 0;  ///< Of `outgoing_`.
   FrameReader reader_;
@@ -231,11 +233,16 @@ void LinuxHelperConnection::transmit() {
     }
   }
   const bool isWritten = written_ == outgoing_.size();
-  loop_.watch(socket_.get(), static_cast<short>(isWritten ? POLLIN : POLLIN | POLLOUT),
-              [connection = weak_from_this()](short revents) {
-                // Kept alive meanwhile: a handler may release the connection.
-                if (const auto self = connection.lock()) self->serve(revents);
-              });
+  watchFor(isWritten ? POLLIN : POLLIN | POLLOUT);
+}
+
+void LinuxHelperConnection::watchFor(short events) {
+  if (events == watchedEvents_) return;
+  watchedEvents_ = events;
+  loop_.watch(socket_.get(), events, [connection = weak_from_this()](short revents) {
+    // Kept alive meanwhile: a handler may release the connection.
+    if (const auto self = connection.lock()) self->serve(revents);
+  });
 }
 
 void LinuxHelperConnection::serve(short revents) {
@@ -301,7 +308,7 @@ void LinuxHelperConnection::finish() {
 
 void LinuxHelperConnection::closeSocket() {
   if (nextTry_) nextTry_->cancel();
-  if (socket_) loop_.unwatch(socket_.get());
+  if (std::exchange(watchedEvents_, 0) != 0) loop_.unwatch(socket_.get());
   socket_.reset();
   isConnected_ = false;
 }

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <system_error>
 #include <variant>
@@ -53,6 +54,15 @@ class Cursor {
   bool take(std::string_view mark) {
     if (!rest_.starts_with(mark)) return false;
     rest_.remove_prefix(mark.size());
+    return true;
+  }
+
+  /// Takes the literal `mark`. Its size is a constant, so comparing takes a few instructions.
+  template <std::size_t size>
+  bool take(const char (&mark)[size]) {
+    constexpr std::size_t length = size - 1;
+    if (rest_.size() < length || std::memcmp(rest_.data(), mark, length) != 0) return false;
+    rest_.remove_prefix(length);
     return true;
   }
 
@@ -184,24 +194,24 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
                     [&](char left, char right) { return lower(left) == right; });
 }
 
-/// Takes one character and appends it, line ends as "\n".
-void appendCharacter(std::string& text, Cursor& cursor) {
+/// Takes one character, a line end as "\n".
+std::string_view takeCharacter(Cursor& cursor) {
   if (cursor.take("\r")) {
     cursor.take("\n");
-    text += '\n';
-    return;
+    return "\n";
   }
   const CodePoint character = readCodePoint(cursor.rest(), 0);
   require(character.isValid && isXMLCharacter(character.value));
-  text += cursor.takeCount(character.length);
+  return cursor.takeCount(character.length);
 }
 
 /// Each operation reads one construct, and throws `MalformedPropertyList` where it meets another.
 class PropertyListParser {
  public:
-  /// Borrows `document`.
-  explicit PropertyListParser(std::string_view document) : cursor_(document) {}
+  /// Borrows `text`.
+  explicit PropertyListParser(std::string_view text) : cursor_(text) {}
 
+  /// Reads a document.
   InfoDictionary parse() {
     readProlog();
     readListTag();
@@ -210,13 +220,48 @@ class PropertyListParser {
     if (tag.name == "dict") {
       dictionary = readDictionary(tag, 1);
     } else {
-      readValue(tag, 1);
+      readValue(tag, 1, /*isWanted=*/false);
     }
     skipMiscellany();
     readEndTag("plist");
     skipMiscellany();
     require(cursor_.isAtEnd());
     return dictionary;
+  }
+
+  /// Reads the element of a value, within elements that nest `nesting` deep. `isWanted` tells
+  /// whether a text is decoded or only checked; the value is opaque then.
+  DictionaryValue readValue(int nesting, bool isWanted) {
+    require(nesting < maximumPropertyListNesting);
+    skipMiscellany();
+    const auto text = takeShortForm("<string>", "</string>");
+    if (!text) return readValue(readStartTag(), nesting + 1, isWanted);
+    if (!isWanted) return OpaqueValue();
+    return text->decoded();
+  }
+
+  /// Reads the characters up to the next tag and appends them to `text`, with references replaced,
+  /// unless it is null. Returns whether they stand for themselves.
+  bool readText(std::string* text) {
+    const auto append = [text](std::string_view characters) {
+      if (text != nullptr) *text += characters;
+    };
+    for (bool isPlain = true;; isPlain = false) {
+      append(cursor_.takePlainText());
+      require(!cursor_.isAtEnd());
+      const char next = cursor_.rest().front();
+      if (next == '&') {
+        append(encodeUTF8(readReference()).text());
+      } else if (next != '<') {
+        require(!cursor_.rest().starts_with("]]>"));
+        append(takeCharacter(cursor_));
+      } else if (cursor_.take("<![CDATA[")) {
+        Cursor section(readThrough("]]>"));
+        while (!section.isAtEnd()) append(takeCharacter(section));
+      } else if (!skipCommentOrInstruction()) {
+        return isPlain;
+      }
+    }
   }
 
  private:
@@ -274,16 +319,19 @@ class PropertyListParser {
     readAfterWhiteSpace(">");
   }
 
-  DictionaryValue readValue(const StartTag& tag, int nesting) {
+  DictionaryValue readValue(const StartTag& tag, int nesting, bool isWanted) {
     require(nesting <= maximumPropertyListNesting);
-    if (tag.name == "array") return readArray(tag, nesting);
+    if (tag.name == "array") return readArray(tag, nesting, isWanted);
     if (tag.name == "dict") {
       readDictionary(tag, nesting);
       return OpaqueValue();
     }
-    std::string text = readContent(tag);
-    if (tag.name == "string") return text;
-    require(valueNamed(tag.name, opaqueTypes)(text));
+    const PropertyListText text = readContent(tag);
+    if (tag.name != "string") {
+      require(valueNamed(tag.name, opaqueTypes)(text.decoded()));
+    } else if (isWanted) {
+      return text.decoded();
+    }
     return OpaqueValue();
   }
 
@@ -292,29 +340,58 @@ class PropertyListParser {
     InfoDictionary dictionary;
     if (!tag.isEmpty) dictionary.reserve(usualCount);
     while (!isAtEndOf(tag)) {
-      const StartTag keyTag = readStartTag();
-      require(keyTag.name == "key");
-      std::string key = readContent(keyTag);
-      dictionary.emplace_back(std::move(key), readValue(readStartTag(), nesting + 1));
+      const PropertyListText key = readKey();
+      const std::string_view rest = cursor_.rest();
+      readValue(nesting, /*isWanted=*/false);
+      dictionary.emplace_back(key, takenFrom(rest));
     }
     return dictionary;
   }
 
-  ValueArray readArray(const StartTag& tag, int nesting) {
+  PropertyListText readKey() {
+    skipMiscellany();
+    if (const auto key = takeShortForm("<key>", "</key>")) return *key;
+    const StartTag tag = readStartTag();
+    require(tag.name == "key");
+    return readContent(tag);
+  }
+
+  /// Takes an element that has the shortest tags around plain text, as nearly all have: what
+  /// `readStartTag` and `readContent` would read, at a third of the cost. `std::nullopt` when
+  /// another is next.
+  template <std::size_t startSize, std::size_t endSize>
+  std::optional<PropertyListText> takeShortForm(const char (&start)[startSize],
+                                                const char (&end)[endSize]) {
+    Cursor cursor = cursor_;
+    if (!cursor.take(start)) return std::nullopt;
+    const PropertyListText text(cursor.takePlainText(), /*isPlain=*/true);
+    if (!cursor.take(end)) return std::nullopt;
+    cursor_ = cursor;
+    return text;
+  }
+
+  ValueArray readArray(const StartTag& tag, int nesting, bool isWanted) {
     ValueArray array;
     while (!isAtEndOf(tag)) {
-      auto value = readValue(readStartTag(), nesting + 1);
+      auto value = readValue(nesting, isWanted);
       auto* const text = std::get_if<std::string>(&value);
       array.push_back(text != nullptr ? std::optional(std::move(*text)) : std::nullopt);
     }
     return array;
   }
 
-  std::string readContent(const StartTag& tag) {
-    if (tag.isEmpty) return {};
-    std::string text = readText();
+  PropertyListText readContent(const StartTag& tag) {
+    if (tag.isEmpty) return {"", /*isPlain=*/true};
+    const std::string_view rest = cursor_.rest();
+    const bool isPlain = readText(nullptr);
+    const PropertyListText text(takenFrom(rest), isPlain);
     readEndTag(tag.name);
     return text;
+  }
+
+  /// The part of `rest`, an earlier rest of the text, that has been taken since.
+  std::string_view takenFrom(std::string_view rest) const {
+    return rest.substr(0, rest.size() - cursor_.rest().size());
   }
 
   StartTag readStartTag() {
@@ -340,25 +417,6 @@ class PropertyListParser {
     if (!cursor_.rest().starts_with("</")) return false;
     readEndTag(tag.name);
     return true;
-  }
-
-  /// The characters up to the next tag, with references replaced.
-  std::string readText() {
-    std::string text;
-    for (;;) {
-      text += cursor_.takePlainText();
-      require(!cursor_.isAtEnd() && !cursor_.rest().starts_with("]]>"));
-      if (cursor_.rest().front() == '&') {
-        text += encodeUTF8(readReference()).text();
-      } else if (cursor_.rest().front() != '<') {
-        appendCharacter(text, cursor_);
-      } else if (cursor_.take("<![CDATA[")) {
-        Cursor section(readThrough("]]>"));
-        while (!section.isAtEnd()) appendCharacter(text, section);
-      } else if (!skipCommentOrInstruction()) {
-        return text;
-      }
-    }
   }
 
   char32_t readReference() {
@@ -433,21 +491,37 @@ class PropertyListParser {
 
   void readWhiteSpace() { require(!cursor_.takeWhile(whiteSpace).empty()); }
 
-  void readAfterWhiteSpace(std::string_view mark) {
+  void readAfterWhiteSpace(const auto& mark) {
     cursor_.takeWhile(whiteSpace);
     read(mark);
   }
 
-  void read(std::string_view mark) { require(cursor_.take(mark)); }
+  void read(const auto& mark) { require(cursor_.take(mark)); }
 
   Cursor cursor_;
 };
 }  // namespace
 
-const DictionaryValue* valueForKey(const InfoDictionary& dictionary, std::string_view key) {
+std::string PropertyListText::decoded() const {
+  if (isPlain_) return std::string(source_);
+  const std::string_view sourceAndBracket(source_.data(), source_.size() + 1);
+  std::string text;
+  PropertyListParser(sourceAndBracket).readText(&text);
+  return text;
+}
+
+bool PropertyListText::operator==(std::string_view text) const {
+  return isPlain_ ? source_ == text : decoded() == text;
+}
+
+DictionaryValue PropertyListEntry::value() const {
+  return PropertyListParser(value_).readValue(/*nesting=*/0, /*isWanted=*/true);
+}
+
+std::optional<DictionaryValue> valueForKey(const InfoDictionary& dictionary, std::string_view key) {
   const auto entry = std::find_if(dictionary.rbegin(), dictionary.rend(),
-                                  [&](const auto& each) { return each.first == key; });
-  return entry == dictionary.rend() ? nullptr : &entry->second;
+                                  [&](const auto& each) { return each.key() == key; });
+  return entry == dictionary.rend() ? std::nullopt : std::optional(entry->value());
 }
 
 InfoDictionary parsePropertyList(std::string_view document) {

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "blindfold/platform/linux/property_list.h"
+#include "tests/platform/linux/property_list_entries.h"
 
 namespace blindfold {
 namespace {
@@ -24,7 +24,7 @@ DictionaryValue text(std::string_view value) {
 }
 
 /// The settings of the deployment that ships, in the order of the list.
-const InfoDictionary shippedSettings{
+const PropertyListEntries shippedSettings{
     {"CFBundleExecutable", text("blindfoldctl")},
     {"CFBundleIdentifier", text("app.blindfold.cli")},
     {"CFBundleName", text("blindfoldctl")},
@@ -47,7 +47,7 @@ TEST(LinkedPropertyListTest, ItIsTheFileByteForByte) {
 }
 
 TEST(LinkedPropertyListTest, WhatShipsHasItsSettingsInTheirOrderAndNoOthers) {
-  EXPECT_EQ(parsePropertyList(contentsOf(SHIPPED_PROPERTY_LIST)), shippedSettings);
+  EXPECT_EQ(entriesOf(contentsOf(SHIPPED_PROPERTY_LIST)), shippedSettings);
 }
 
 /// The build wrote the list for this path, whose characters XML has other uses for.
@@ -56,12 +56,12 @@ TEST(LinkedPropertyListTest, TheDevelopmentDeploymentDiffersInTwoSettings) {
       {"BlindfoldHelperInstallPath", DEVELOPMENT_HELPER_PATH},
       {"BlindfoldHelperMachServiceName", DEVELOPMENT_SERVICE},
   };
-  InfoDictionary expected = shippedSettings;
+  PropertyListEntries expected = shippedSettings;
   for (auto& [key, value] : expected) {
     const auto difference = differences.find(key);
     if (difference != differences.end()) value = difference->second;
   }
-  EXPECT_EQ(parsePropertyList(contentsOf(DEVELOPMENT_PROPERTY_LIST)), expected);
+  EXPECT_EQ(entriesOf(contentsOf(DEVELOPMENT_PROPERTY_LIST)), expected);
 }
 }  // namespace
 }  // namespace blindfold

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "tests/platform/linux/property_list_entries.h"
+
 namespace blindfold {
 namespace {
 using namespace std::string_literals;
@@ -27,9 +29,8 @@ std::string listWith(std::string_view value) {
 
 /// The value of such a list under the key "k"; absent when the list is malformed.
 std::optional<DictionaryValue> parsedValue(std::string_view value) {
-  const auto dictionary = parsePropertyList(listWith(value));
-  const DictionaryValue* const parsed = valueForKey(dictionary, "k");
-  return parsed == nullptr ? std::nullopt : std::optional(*parsed);
+  const std::string document = listWith(value);
+  return valueForKey(parsePropertyList(document), "k");
 }
 
 DictionaryValue text(std::string_view value) {
@@ -41,16 +42,16 @@ bool isMalformed(std::string_view document) {
 }
 
 TEST(PropertyListTest, ADictionaryIsReadKeyByKey) {
-  const InfoDictionary expected{{"a", "1"}, {"b", "2"}};
-  EXPECT_EQ(parsePropertyList(listOf("<key>a</key><string>1</string>\n"
-                                     "  <key>b</key> <string>2</string>")),
+  const PropertyListEntries expected{{"a", "1"}, {"b", "2"}};
+  EXPECT_EQ(entriesOf(listOf("<key>a</key><string>1</string>\n"
+                             "  <key>b</key> <string>2</string>")),
             expected);
 }
 
 TEST(PropertyListTest, OfEqualKeysTheLastCounts) {
-  const auto dictionary = parsePropertyList(
-      listOf("<key>k</key><string>1</string><key>l</key><true/><key>k</key><string>2</string>"));
-  EXPECT_EQ(*valueForKey(dictionary, "k"), text("2"));
+  const std::string document =
+      listOf("<key>k</key><string>1</string><key>l</key><true/><key>k</key><string>2</string>");
+  EXPECT_EQ(valueForKey(parsePropertyList(document), "k"), text("2"));
 }
 
 TEST(PropertyListTest, AnArrayOfTextsIsRead) {
@@ -192,10 +193,10 @@ TEST(PropertyListTest, CommentsAndInstructionsAreNoPartOfAText) {
 }
 
 TEST(PropertyListTest, CommentsAndInstructionsMayStandBetweenElements) {
-  const InfoDictionary expected{{"k", "v"}};
-  EXPECT_EQ(parsePropertyList("<?xml version='1.0'?><!-- 1 --><?a?>\n<!DOCTYPE plist><!-- 2 -->"
-                              "<plist><!-- 3 --><dict><?b c?><key>k</key><!-- 4 -->"
-                              "<string>v</string><!----></dict><!-- 5 --></plist><!-- 6 --><?d?>"),
+  const PropertyListEntries expected{{"k", "v"}};
+  EXPECT_EQ(entriesOf("<?xml version='1.0'?><!-- 1 --><?a?>\n<!DOCTYPE plist><!-- 2 -->"
+                      "<plist><!-- 3 --><dict><?b c?><key>k</key><!-- 4 -->"
+                      "<string>v</string><!----></dict><!-- 5 --></plist><!-- 6 --><?d?>"),
             expected);
 }
 
@@ -204,10 +205,18 @@ TEST(PropertyListTest, TextsAreTakenFromEveryPlaneOfUnicode) {
 }
 
 TEST(PropertyListTest, AKeyIsATextAsAnyOther) {
-  const InfoDictionary expected{{"", "1"}, {"a&b", "2"}};
-  EXPECT_EQ(parsePropertyList(listOf("<key/><string>1</string>"
-                                     "<key>a&amp;<![CDATA[b]]></key><string>2</string>")),
+  const PropertyListEntries expected{{"", "1"}, {"a&b", "2"}};
+  EXPECT_EQ(entriesOf(listOf("<key/><string>1</string>"
+                             "<key>a&amp;<![CDATA[b]]></key><string>2</string>")),
             expected);
+}
+
+TEST(PropertyListTest, AKeyIsFoundHoweverItIsSpelled) {
+  const std::string document = listOf("<key>a&amp;b</key><true/><key>a&amp;amp;b</key><false/>");
+  const auto dictionary = parsePropertyList(document);
+  EXPECT_TRUE(valueForKey(dictionary, "a&b"));
+  EXPECT_TRUE(valueForKey(dictionary, "a&amp;b"));
+  EXPECT_FALSE(valueForKey(dictionary, "a&amp;amp;b"));
 }
 
 TEST(PropertyListTest, AByteOrderMarkMayComeFirst) {
