@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <system_error>
 #include <variant>
@@ -61,7 +60,7 @@ class Cursor {
   template <std::size_t size>
   bool take(const char (&mark)[size]) {
     constexpr std::size_t length = size - 1;
-    if (rest_.size() < length || std::memcmp(rest_.data(), mark, length) != 0) return false;
+    if (rest_.size() < length || !std::equal(mark, mark + length, rest_.begin())) return false;
     rest_.remove_prefix(length);
     return true;
   }
