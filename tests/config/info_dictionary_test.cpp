@@ -19,6 +19,10 @@ TEST(ReadInfoStringTest, WhiteSpaceAroundTheTextIsDropped) {
   EXPECT_EQ(readString("  app.blindfold helper\t"), "app.blindfold helper");
 }
 
+TEST(ReadInfoStringTest, WhiteSpaceInsideTheTextStaysAsItIs) {
+  EXPECT_EQ(readString(" a  b\t\tc\nd "), "a  b\t\tc\nd");
+}
+
 TEST(ReadInfoStringTest, AMissingKeyYieldsTheDefaultAsItIs) {
   EXPECT_EQ(readInfoString(FakeBundle(), "Key", " default "), " default ");
 }
@@ -47,7 +51,7 @@ Strings readList(FakeBundle::Dictionary dictionary) {
 const Strings theDefault{"x", " y ", "x"};
 
 TEST(ReadInfoStringListTest, TheTextsAreTrimmedAndKeepTheirOrderAndDuplicates) {
-  EXPECT_EQ(readList({{"Keys", ValueArray{"A", "A", " B\n"}}}), (Strings{"A", "A", "B"}));
+  EXPECT_EQ(readList({{"Keys", ValueArray{"C", "A", "A", " B\n"}}}), (Strings{"C", "A", "A", "B"}));
 }
 
 TEST(ReadInfoStringListTest, TextsOfWhiteSpaceOnlyAreDropped) {
@@ -60,6 +64,7 @@ TEST(ReadInfoStringListTest, ThePluralKeyWinsOverTheSingularOne) {
 
 TEST(ReadInfoStringListTest, TheSingularKeyIsConsultedWhenThePluralOneIsMissing) {
   EXPECT_EQ(readList({{"Key", "  B "}}), Strings{"B"});
+  EXPECT_EQ(readList({{"Key", "B,  C\nD"}}), Strings{"B,  C\nD"});
 }
 
 TEST(ReadInfoStringListTest, AnArrayThatIsEmptyAfterTrimmingCountsAsNone) {

@@ -69,6 +69,23 @@ TEST(OptionalValueTest, AnyPidIsAValue) {
   }
 }
 
+TEST(OptionalValueTest, ATextOfWhiteSpaceIsAValue) {
+  const std::string json =
+      R"({"heldTargets":[],"lastRestoreReason":"\n","leaseID":" ","micMuted":false,"mode":" ",)"
+      R"("sourceCameraID":"\t "})";
+  EXPECT_EQ(decoded<HoldState>(json).leaseID, " ");
+  EXPECT_EQ(recoded<HoldState>(json), json);
+}
+
+TEST(OptionalValueTest, AnyDateIsAValue) {
+  for (const std::string date : {"0000-01-01T00:00:00Z", "1969-12-31T23:59:59Z",
+                                 "1970-01-01T00:00:00Z", "9999-12-31T23:59:59Z"}) {
+    const std::string json = R"({"heldTargets":[],"lastHeartbeatAt":")" + date +
+                             R"(","micMuted":false,"mode":"","startedAt":")" + date + "\"}";
+    EXPECT_EQ(recoded<HoldState>(json), json);
+  }
+}
+
 TEST(OptionalValueTest, AnEmptyHoldStateIsAValue) {
   EXPECT_EQ(recoded<OperationResult>(R"({"success":false,"message":"","holdState":{"mode":""}})"),
             R"({"holdState":{"heldTargets":[],"micMuted":false,"mode":""},"message":"",)"
@@ -114,6 +131,15 @@ TEST(ListElementTest, ANullIsNoElementOfARequest) {
   EXPECT_FALSE(fails<HoldRequest>(request("[]", R"({"a":0})")));
   EXPECT_TRUE(fails<HoldRequest>(request("[null]", R"({"a":0})")));
   EXPECT_TRUE(fails<HoldRequest>(request("[]", R"({"a":null})")));
+}
+
+TEST(ListElementTest, AListIsWholeHoweverLongAndWithEqualElements) {
+  std::string notes = "\"first\"";
+  for (int count = 0; count < 5000; ++count) notes += ",\"note\"";
+  const std::string json =
+      R"({"cameras":[],"notes":[)" + notes + R"(],"resolvedTargets":[],"serviceStates":[]})";
+  EXPECT_EQ(decoded<DetectionResult>(json).notes.size(), 5001U);
+  EXPECT_TRUE(recoded<DetectionResult>(json) == json);
 }
 
 TEST(TextValueTest, ANULCharacterEndsNoText) {
