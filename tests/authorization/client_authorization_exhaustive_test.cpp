@@ -29,10 +29,21 @@ constexpr std::array signingIdentifiers{Identifier::absent,   Identifier::empty,
 constexpr std::array bundleIdentifiers{Identifier::absent, Identifier::empty, Identifier::listed,
                                        Identifier::otherListed, Identifier::unlisted};
 
-enum class Path { absent, empty, good, wrongSuffix, wrongSuffixInNoApplication, noApplication };
+enum class Path {
+  absent,
+  empty,
+  app,
+  tool,
+  server,
+  wrongSuffix,
+  wrongSuffixInNoApplication,
+  noApplication
+};
 constexpr std::array paths{Path::absent,
                            Path::empty,
-                           Path::good,
+                           Path::app,
+                           Path::tool,
+                           Path::server,
                            Path::wrongSuffix,
                            Path::wrongSuffixInNoApplication,
                            Path::noApplication};
@@ -61,7 +72,8 @@ bool hasPath(const Situation& s) {
 }
 
 bool hasAuthorizedPath(const Situation& s) {
-  return s.path == Path::good || s.path == Path::noApplication;
+  return s.path == Path::app || s.path == Path::tool || s.path == Path::server ||
+         s.path == Path::noApplication;
 }
 
 bool bothTeamsAreKnown(const Situation& s) {
@@ -139,7 +151,12 @@ std::vector<Outcome> outcomesByTheRules(const Situation& situation) {
 
 // The same situation, as the decision meets it.
 
-Text textOf(Identifier identifier) {
+std::string executableName(Path path) {
+  if (path == Path::tool) return "blindfoldctl";
+  return path == Path::server ? "orbit-mcp" : "Blindfold";
+}
+
+Text textOf(Identifier identifier, Path path) {
   switch (identifier) {
     case Identifier::absent:
       return std::nullopt;
@@ -152,7 +169,7 @@ Text textOf(Identifier identifier) {
     case Identifier::unlisted:
       return "app.blindfold.cli";
     case Identifier::executableName:
-      return "Blindfold";
+      return executableName(path);
   }
   return std::nullopt;
 }
@@ -165,8 +182,12 @@ void place(FakeClient& client, Path path) {
     case Path::empty:
       client.identity.executablePath = "";
       return;
-    case Path::good:
-      client.place("/X.app", "/Contents/MacOS", "/Blindfold");
+    case Path::app:
+    case Path::server:
+      client.place("/X.app", "/Contents/MacOS", "/" + executableName(path));
+      return;
+    case Path::tool:
+      client.place("/X.app", "/Contents/Resources", "/" + executableName(path));
       return;
     case Path::wrongSuffix:
       client.place("/X.app", "/Contents/MacOS", "/Other");
@@ -193,9 +214,9 @@ ClientAuthorizationAssessment expectedAssessment(const ClientExecutionIdentity& 
 std::ostream& operator<<(std::ostream& stream, const Situation& s) {
   return stream << "helper's team " << s.helperTeam.value_or("absent") << ", client's team "
                 << s.clientTeam.value_or("absent") << ", signing identifier "
-                << textOf(s.signing).value_or("absent") << ", bundle identifier "
-                << textOf(s.bundle).value_or("absent") << ", path " << static_cast<int>(s.path)
-                << (s.secure ? ", secure" : ", insecure");
+                << textOf(s.signing, s.path).value_or("absent") << ", bundle identifier "
+                << textOf(s.bundle, s.path).value_or("absent") << ", path "
+                << static_cast<int>(s.path) << (s.secure ? ", secure" : ", insecure");
 }
 
 void check(const Situation& situation) {
@@ -203,8 +224,8 @@ void check(const Situation& situation) {
   place(client, situation.path);
   client.expectedTeamIdentifier = situation.helperTeam;
   client.identity.teamIdentifier = situation.clientTeam;
-  client.identity.signingIdentifier = textOf(situation.signing);
-  client.identity.bundleIdentifier = textOf(situation.bundle);
+  client.identity.signingIdentifier = textOf(situation.signing, situation.path);
+  client.identity.bundleIdentifier = textOf(situation.bundle, situation.path);
   if (!situation.secure) {
     for (auto& [path, attributes] : client.files.attributesByPath) {
       attributes.posixPermissions = 0775;
