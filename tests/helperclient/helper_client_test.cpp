@@ -449,18 +449,29 @@ TEST_F(HelperClientTest, AnUnsuccessfulResultIsAResult) {
   EXPECT_FALSE(ending->value->success);
 }
 
-TEST_F(HelperClientTest, AReplyThatIsNotJSONIsTransportInTheDecodersWords) {
-  const auto ending = start(client_.restoreAll());
-  connection().reply("not JSON");
-  fake_.mainLoop.runUntilIdle();
-  ASSERT_TRUE(ending->failure);
+void expectTransportInTheDecodersWords(const std::exception_ptr& failure) {
+  ASSERT_TRUE(failure);
   try {
-    std::rethrow_exception(ending->failure);
+    std::rethrow_exception(failure);
   } catch (const HelperClientError& error) {
     EXPECT_EQ(error.errorCase(), Case::transport);
     EXPECT_THROW(std::rethrow_exception(error.underlyingError()), DecodingError);
     EXPECT_FALSE(error.errorDescription().empty());
   }
+}
+
+TEST_F(HelperClientTest, AReplyThatIsNotJSONIsTransportInTheDecodersWords) {
+  const auto ending = start(client_.restoreAll());
+  connection().reply("not JSON");
+  fake_.mainLoop.runUntilIdle();
+  expectTransportInTheDecodersWords(ending->failure);
+}
+
+TEST_F(HelperClientTest, AReplyThatIsAnotherRecordIsTransportInTheDecodersWords) {
+  const auto ending = start(client_.currentState());
+  connection().reply(R"({"message":"Done.","success":true})");
+  fake_.mainLoop.runUntilIdle();
+  expectTransportInTheDecodersWords(ending->failure);
 }
 
 TEST(DecodeDetectionResultTest, ReadsTheReplyOfADetection) {
