@@ -102,7 +102,12 @@ function(blindfold_link_for_shipping target)
   endif()
   set(static $<AND:$<CONFIG:Release>,$<BOOL:${BLINDFOLD_STATIC_PROGRAMS}>>)
   target_link_options(${target} PRIVATE
-    $<IF:${static},-static,$<$<BOOL:${BLINDFOLD_HARDENING}>:-pie>>)
+    $<IF:${static},-static,$<$<BOOL:${BLINDFOLD_HARDENING}>:-pie>>
+    # Exceptions find their way by a sorted table in the file. Without these GCC has a static program
+    # register its unsorted tables, and the first exception sorts them, which takes milliseconds.
+    "$<${static}:LINKER:--eh-frame-hdr>"
+    "$<${static}:LINKER:--wrap=__register_frame_info>"
+    "$<${static}:LINKER:--wrap=__deregister_frame_info>")
   if(BLINDFOLD_PLACES_START_UP_CODE)
     target_link_options(${target} PRIVATE "$<${static}:LINKER:-T,${startUpScript}>")
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${startUpScript}")
