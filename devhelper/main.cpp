@@ -16,14 +16,18 @@ namespace blindfold {
 namespace {
 constexpr int usageStatus = 2;
 
+constexpr bool isStandardStream(int descriptor) {
+  return std::clamp(descriptor, STDIN_FILENO, STDERR_FILENO) == descriptor;
+}
+
 /// Opens the standard streams that were closed at the start, so that no file or socket takes their
 /// numbers. They are opened for reading: writing to a closed stream still fails.
 void reserveStandardStreams() {
-  int descriptor = 0;
-  while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+  int descriptor = -1;
+  do {
     descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  }
-  if (descriptor >= 0) close(descriptor);
+  } while (isStandardStream(descriptor));
+  close(descriptor);
 }
 
 int report(const std::exception& error, int status) {

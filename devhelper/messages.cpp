@@ -1,9 +1,9 @@
 #include "devhelper/messages.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <system_error>
 
+#include "blindfold/platform/standard_stream.h"
 #include "blindfold/text/one_line.h"
 
 namespace blindfold {
@@ -26,9 +26,8 @@ PlatformError systemFailure(const std::string& action) {
 }
 
 void print(const std::string& text) {
-  if (std::fputs(text.c_str(), stdout) == EOF || std::fflush(stdout) == EOF) {
-    throw systemFailure("cannot write to standard output");
-  }
+  const std::error_code error = writeAll(StandardStream::output, text);
+  if (error) throw PlatformError("cannot write to standard output: " + error.message());
 }
 
 }  // namespace blindfold

@@ -28,7 +28,7 @@ std::string quotedPath(std::string_view path);
 /// errno".
 PlatformError systemFailure(const std::string& action);
 
-/// Writes `text` to standard output and flushes it. Throws `PlatformError` when that fails.
+/// Writes `text` to standard output. Throws `PlatformError` when that fails.
 void print(const std::string& text);
 
 }  // namespace blindfold

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
+#include <cstdlib>
 #include <system_error>
 #include <utility>
 
@@ -58,11 +59,11 @@ std::optional<std::chrono::nanoseconds> parseSeconds(std::string_view text,
 
   const auto limit = static_cast<std::uint64_t>(maximum.count());
   const auto seconds = whole.empty() ? 0 : parseCount(whole, limit);
+  if (!seconds) return std::nullopt;
   std::string nanoseconds(fraction.substr(0, nanosecondDigits));
   nanoseconds.resize(nanosecondDigits, '0');
-  const auto part = parseCount(nanoseconds, UINT64_MAX);
-  if (!seconds || !part) return std::nullopt;
-  const auto result = std::chrono::seconds(*seconds) + std::chrono::nanoseconds(*part);
+  const auto result = std::chrono::seconds(*seconds) +
+                      std::chrono::nanoseconds(std::strtoll(nanoseconds.c_str(), nullptr, 10));
   if (result > maximum) return std::nullopt;
   return result;
 }

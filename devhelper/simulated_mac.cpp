@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "blindfold/text/enumeration_table.h"
+
 namespace blindfold {
 namespace {
 constexpr const char* idleMode = "idle";
@@ -18,34 +20,37 @@ constexpr const char* released = "released";
 constexpr const char* restoredAll = "restoredAll";
 }  // namespace reason
 
+/// The camera that is selected when its kind is to be `kind`.
+struct SimulatedCamera {
+  CameraKind kind;
+  std::string_view id;
+  std::string_view name;
+  std::string_view model;
+  std::string_view transport;
+};
+
+constexpr EnumerationTable simulatedCameras(
+    &SimulatedCamera::kind, {{CameraKind::builtIn, "6C707041-05AC-0010-0008-000000000001",
+                              "Built-in Camera", "Built-in Camera", "built-in"},
+                             {CameraKind::externalUSB, "0x2110000004d8ef01", "Desk Camera",
+                              "UVC Camera VendorID_1234 ProductID_4321", "usb"},
+                             {CameraKind::continuity, "C1B5A3F0-6E0B-4B52-9C4D-2D1C9A0E7F11",
+                              "Phone Camera", "Phone Camera", "continuity"},
+                             {CameraKind::unknown, "com.example.virtual-camera", "Virtual Camera",
+                              "Virtual Camera", "virtual"}});
+
 CameraInfo cameraOfKind(CameraKind kind) {
-  const auto camera = [kind](std::string id, std::string name, std::string model,
-                             std::string transport) {
-    return CameraInfo{.id = id,
-                      .localizedName = std::move(name),
-                      .modelID = std::move(model),
-                      .uniqueID = std::move(id),
-                      .transportType = std::move(transport),
-                      .isConnected = true,
-                      .isSuspended = false,
-                      .isInUseByAnotherApplication = false,
-                      .kind = kind,
-                      .isExperimental = kind != CameraKind::builtIn};
-  };
-  switch (kind) {
-    case CameraKind::builtIn:
-      return camera("6C707041-05AC-0010-0008-000000000001", "Built-in Camera", "Built-in Camera",
-                    "built-in");
-    case CameraKind::externalUSB:
-      return camera("0x2110000004d8ef01", "Desk Camera", "UVC Camera VendorID_1234 ProductID_4321",
-                    "usb");
-    case CameraKind::continuity:
-      return camera("C1B5A3F0-6E0B-4B52-9C4D-2D1C9A0E7F11", "Phone Camera", "Phone Camera",
-                    "continuity");
-    case CameraKind::unknown:
-      break;
-  }
-  return camera("com.example.virtual-camera", "Virtual Camera", "Virtual Camera", "virtual");
+  const SimulatedCamera& camera = simulatedCameras[kind];
+  return {.id = std::string(camera.id),
+          .localizedName = std::string(camera.name),
+          .modelID = std::string(camera.model),
+          .uniqueID = std::string(camera.id),
+          .transportType = std::string(camera.transport),
+          .isConnected = true,
+          .isSuspended = false,
+          .isInUseByAnotherApplication = false,
+          .kind = kind,
+          .isExperimental = kind != CameraKind::builtIn};
 }
 
 /// The services behind the built-in camera. No two of those that run have the same label.

@@ -123,7 +123,8 @@ inline ArgumentForm formOf(const MessageArgument& argument) {
 inline std::string_view bytesOf(const MessageArgument& argument) {
   if (const auto* const data = std::get_if<DataArgument>(&argument)) return data->bytes;
   const auto* const text = std::get_if<TextArgument>(&argument);
-  return text != nullptr && text->text ? std::string_view(*text->text) : std::string_view();
+  if (text == nullptr || !text->text) return {};
+  return *text->text;
 }
 
 }  // namespace blindfold

@@ -14,10 +14,10 @@ constexpr char32_t foldCase(char32_t codePoint) {
   if (codePoint < 0x80) {
     return codePoint >= U'A' && codePoint <= U'Z' ? codePoint + (U'a' - U'A') : codePoint;
   }
+  static_assert(caseFoldings.front().first < 0x80, "a folding comes before every other code point");
   const auto next = std::upper_bound(
       caseFoldings.begin(), caseFoldings.end(), codePoint,
       [](char32_t value, const CaseFolding& folding) { return value < folding.first; });
-  if (next == caseFoldings.begin()) return codePoint;
   const CaseFolding& folding = *std::prev(next);
   const bool isFolded =
       codePoint <= folding.last && (codePoint - folding.first) % folding.step == 0;

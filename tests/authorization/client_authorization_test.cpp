@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <string_view>
+
 #include "tests/authorization/fake_client.h"
 
 namespace blindfold {
@@ -229,6 +232,29 @@ TEST_F(ClientAuthorizationTest, TheListsOfTheSettingsAreUsed) {
 
   client_.identity.signingIdentifier = "app.blindfold.mac";
   expectRefused(signingIdentifierMismatch);
+}
+
+// The program itself.
+
+TEST(ClientAuthorizationAssessmentTest, ThisTestIsNoneOfTheProductsPrograms) {
+  const Assessment assessment = clientAuthorizationAssessment();
+  EXPECT_EQ(assessment.mode, std::nullopt);
+  EXPECT_EQ(assessment.failure, executablePathMismatch);
+}
+
+TEST(ClientAuthorizationDescriptionTest, EveryModeAndFailureHasASentenceOfItsOwn) {
+  std::set<std::string_view> sentences;
+  for (const auto mode : {signingIdentity, adHocBundleIdentity}) {
+    sentences.insert(descriptionOf(mode));
+  }
+  for (const auto failure :
+       {missingExecutablePath, executablePathMismatch, helperRequiresSignedClient,
+        teamIdentifierMismatch, signingIdentifierMismatch, missingBundleIdentifier,
+        bundleIdentifierMismatch, insecureExecutablePath}) {
+    sentences.insert(descriptionOf(failure));
+  }
+  EXPECT_EQ(sentences.size(), 10U);
+  for (const std::string_view each : sentences) EXPECT_TRUE(each.ends_with('.')) << each;
 }
 }  // namespace
 }  // namespace blindfold

@@ -186,6 +186,14 @@ TEST_F(SimulatedMacTest, PidsAreTheMacsOwnAndNotTheRequests) {
   EXPECT_EQ(mac_.hold(asked).holdState.value().heldTargets[0].pid, std::nullopt);
 }
 
+TEST_F(SimulatedMacTest, AServiceIsToldByItsLabelAndItsDomain) {
+  auto held = request(mac_);
+  auto& target = held.targets.front();
+  ASSERT_EQ(target.domain, ServiceDomain::system);
+  target.domain = ServiceDomain::gui;
+  EXPECT_EQ(mac_.hold(held).holdState->heldTargets.front().pid, std::nullopt);
+}
+
 TEST_F(SimulatedMacTest, TheCameraIsSuspendedWhileItIsHeld) {
   mac_.hold(request(mac_));
   EXPECT_TRUE(selectedCamera(mac_.detectTargets()).isSuspended);

@@ -49,6 +49,10 @@ TEST(HelperClientErrorTest, APlainCaseCarriesNoUnderlyingError) {
   EXPECT_EQ(HelperClientError(Case::timeout).underlyingError(), nullptr);
 }
 
+TEST(HelperClientErrorTest, MemoryThatRunsOutIsSaidInPlainWords) {
+  EXPECT_EQ(errorDescription(std::make_exception_ptr(std::bad_alloc())), "Out of memory.");
+}
+
 TEST(HelperClientErrorTest, SomethingThrownThatIsNoErrorStillHasAText) {
   EXPECT_EQ(HelperClientError::transport(std::make_exception_ptr(7)).errorDescription(),
             "An unknown error occurred.");

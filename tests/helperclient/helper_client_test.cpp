@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <coroutine>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <limits>
 #include <map>
@@ -175,6 +177,38 @@ TEST_F(HelperClientTest, TheSkippedPrecheckReadsNoSignature) {
   start(client_.currentState());
   EXPECT_EQ(fake_.files.attributeQueries().size(), 0U);
   EXPECT_EQ(fake_.files.executableQueries(), std::vector<std::string>{fake_.installPath});
+}
+
+TEST_F(HelperClientTest, MemoryThatRunsOutBeforeAConnectionIsMadeIsTransport) {
+  fake_.files.hasMemory = false;
+  const auto ending = start(client_.currentState());
+  EXPECT_EQ(describeFailure(*ending), "Out of memory.");
+  EXPECT_TRUE(fake_.connections.connections().empty());
+}
+
+/// The coroutine of a library of its own, which knows nothing of executors.
+struct ForeignCoroutine {
+  struct promise_type {
+    ForeignCoroutine get_return_object() const noexcept { return {}; }
+    std::suspend_never initial_suspend() const noexcept { return {}; }
+    std::suspend_never final_suspend() const noexcept { return {}; }
+    void return_void() const noexcept {}
+    void unhandled_exception() const noexcept { std::abort(); }
+  };
+};
+
+ForeignCoroutine storeMode(Task<HoldState> task, std::string& mode) {
+  const HoldState state = co_await std::move(task);
+  mode = state.mode;
+}
+
+TEST_F(HelperClientTest, ACoroutineOfAnotherLibraryContinuesFromTheMainLoop) {
+  std::string mode;
+  storeMode(client_.currentState(), mode);
+  connection().reply(idleState);
+  EXPECT_EQ(mode, "");
+  fake_.mainLoop.runUntilIdle();
+  EXPECT_EQ(mode, "idle");
 }
 
 TEST_F(HelperClientTest, EveryRequestHasAConnectionOfItsOwn) {

@@ -141,12 +141,24 @@ static void testFailures(void) {
 
 static void testNull(void) {
   EXPECT(blindfold_current_state(NULL) == NULL);
+  EXPECT(blindfold_detect(NULL) == NULL);
+  EXPECT(blindfold_hold_built_in(NULL) == NULL);
   EXPECT(blindfold_hold(NULL, NULL) == NULL);
+  EXPECT(blindfold_renew(NULL, NULL) == NULL);
+  EXPECT(blindfold_release(NULL, NULL) == NULL);
+  EXPECT(blindfold_restore_all(NULL) == NULL);
+  EXPECT(blindfold_mute_microphones(NULL) == NULL);
+  EXPECT(blindfold_unmute_microphones(NULL) == NULL);
   EXPECT(blindfold_wait(NULL)->status == BLINDFOLD_INVALID_ARGUMENT);
   EXPECT(!blindfold_start(NULL, hear, NULL));
   blindfold_request_cancel(NULL);
   blindfold_request_free(NULL);
   blindfold_client_free(NULL);
+
+  blindfold_client* client = blindfold_client_create(true);
+  EXPECT(client != NULL);
+  EXPECT(ends(blindfold_hold(client, NULL), BLINDFOLD_INVALID_ARGUMENT, "invalid JSON"));
+  blindfold_client_free(client);
 }
 
 static void testCallbacks(void) {
@@ -173,6 +185,7 @@ static void testCallbacks(void) {
 
   request = blindfold_current_state(client);
   EXPECT(blindfold_start(request, NULL, NULL));
+  usleep(20000);
   blindfold_request_free(request);
 
   blindfold_client_free(client);

@@ -104,6 +104,7 @@ TEST(JSONEscapeTest, HalfASurrogatePairIsNone) {
 
 TEST(JSONEscapeTest, NeedsABackslash) {
   EXPECT_FALSE(readJSONEscape("n"));
+  EXPECT_FALSE(readJSONEscape("nn"));
   EXPECT_FALSE(readJSONEscape(""));
   EXPECT_FALSE(readJSONEscape("\\"));
 }

@@ -76,6 +76,16 @@ void forEachOmittedField(const Check& check) {
   std::apply([&](const auto&... field) { (omitOne(field), ...); }, FieldTable<T>::fields);
 }
 
+TEST(FieldTest, ARowSaysItsNameItsMemberItsMeaningAndItsPresence) {
+  const auto required = requiredField("mode", &HoldState::mode, "The mode.");
+  EXPECT_EQ(required.name, "mode");
+  EXPECT_EQ(required.member, &HoldState::mode);
+  EXPECT_EQ(required.description, "The mode.");
+  EXPECT_EQ(required.presence, Presence::required);
+  EXPECT_EQ(optionalField("leaseID", &HoldState::leaseID, "").presence, Presence::optional);
+  EXPECT_EQ(defaultedField("micMuted", &HoldState::micMuted, "").presence, Presence::defaulted);
+}
+
 template <class T>
 concept Equatable = requires(const T& value) { value == value; };
 

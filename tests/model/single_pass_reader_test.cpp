@@ -217,6 +217,14 @@ TEST(SinglePassReaderTest, ReadsEveryFormOfAnInteger) {
   }
 }
 
+TEST(SinglePassReaderTest, ReadsAnExponentWithEitherSignOrNone) {
+  for (const std::string_view exponent : {"e2", "E2", "e+2", "e-2", "e+", "e-", "e", "e++2"}) {
+    expectSameRecord<HoldRequest>(
+        R"({"cameraID":"C","kind":"builtIn","targets":[],"correlationSnapshot":{},"durationHint":1)" +
+        std::string(exponent) + "}");
+  }
+}
+
 TEST(SinglePassReaderTest, TakesTheFirstOfEqualKeysOfAMap) {
   const std::string beginning =
       R"({"cameraID":"","kind":"builtIn","targets":[],"durationHint":1,"correlationSnapshot":)";

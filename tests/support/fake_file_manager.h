@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <set>
 #include <string>
@@ -17,9 +18,11 @@ class FakeFileManager : public FileManager {
   std::set<std::string> executables;
   std::map<std::string, FileAttributes> attributesByPath;
   std::string currentDirectory = "/current";
+  bool hasMemory = true;  ///< Without it asking for an executable throws.
 
   bool isExecutableFile(const std::string& path) const override {
     remember(executableQueries_, path);
+    if (!hasMemory) throw std::bad_alloc();
     return executables.contains(path);
   }
 

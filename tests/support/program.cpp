@@ -34,6 +34,9 @@ namespace blindfold {
 namespace {
 using Clock = std::chrono::steady_clock;
 
+/// How long a child that is no longer wanted may take to end at SIGTERM.
+constexpr std::chrono::milliseconds terminationLimit{2'000};
+
 constexpr std::size_t readSize = std::size_t{64} * 1024;
 
 [[noreturn]] void throwError(int error, const char* what) {
@@ -245,6 +248,10 @@ class RunningProgram::Child {
   Child& operator=(const Child&) = delete;
   ~Child() {
     if (reaped_) return;
+    // A program that catches the signal ends by itself, as it should be seen to.
+    kill(pid_, SIGTERM);
+    pollfd end = watchFor(process_);
+    if (!ended_) poll(&end, 1, static_cast<int>(terminationLimit.count()));
     kill(pid_, SIGKILL);
     while (waitpid(pid_, nullptr, 0) == -1 && errno == EINTR) continue;
   }

@@ -60,7 +60,7 @@ class RunningProgram {
   RunningProgram(RunningProgram&& other) noexcept;
   RunningProgram& operator=(RunningProgram&&) = delete;
 
-  /// Kills the child, unless it has ended, and reaps it.
+  /// Ends the child, unless it has ended, by SIGTERM or by force, and reaps it.
   ~RunningProgram();
 
   pid_t pid() const;

@@ -15,6 +15,10 @@ TEST(CaseFoldingTest, LeavesWhatIsNextToASCIILettersAlone) {
   EXPECT_EQ(foldCase(U'['), U'[');
 }
 
+TEST(CaseFoldingTest, LeavesWhatComesBeforeTheFirstFoldingBeyondASCIIAlone) {
+  EXPECT_EQ(foldCase(U'\u0080'), U'\u0080');
+}
+
 TEST(CaseFoldingTest, FoldsLettersBeyondASCII) {
   EXPECT_EQ(foldCase(U'É'), U'é');
   EXPECT_EQ(foldCase(U'Ω'), U'ω');

@@ -208,13 +208,9 @@ std::size_t lengthOfContainer(std::string_view text) {
   std::size_t depth = 0;
   do {
     const char character = text[position];
-    if (character == '"') {
-      position += lengthOfString(text.substr(position));
-      continue;
-    }
     if (character == '[' || character == '{') ++depth;
     if (character == ']' || character == '}') --depth;
-    ++position;
+    position += character == '"' ? lengthOfString(text.substr(position)) : 1;
   } while (depth > 0);
   return position;
 }
@@ -289,9 +285,8 @@ JSONMembers::JSONMembers(const JSONValue& object) : rest_(object.text.substr(1))
 std::optional<JSONMember> JSONMembers::next() {
   const auto key = takeValue(rest_);
   if (!key) return std::nullopt;
-  const auto value = takeValue(rest_);
-  if (!value) return std::nullopt;
-  return JSONMember{key->string(), *value};
+  // A checked text has a value behind every key.
+  return JSONMember{key->string(), takeValue(rest_).value()};
 }
 
 }  // namespace blindfold

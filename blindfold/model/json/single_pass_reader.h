@@ -144,10 +144,13 @@ class SinglePassReader {
     if (rowOfKey == fieldCount<T> || (found >> rowOfKey & 1U) != 0) {
       isRead = skipValue();
     } else {
-      const auto readRow = [&]<std::size_t... row>(std::index_sequence<row...>) {
-        return ((rowOfKey == row && readField<row>(result, found)) || ...);
+      const auto readIfNamed = [&]<std::size_t row>() {
+        if (rowOfKey == row) isRead = readField<row>(result, found);
       };
-      isRead = readRow(std::make_index_sequence<fieldCount<T>>{});
+      const auto readNamed = [&]<std::size_t... row>(std::index_sequence<row...>) {
+        (readIfNamed.template operator()<row>(), ...);
+      };
+      readNamed(std::make_index_sequence<fieldCount<T>>{});
     }
     return isRead && endMember(isClosed);
   }

@@ -227,7 +227,7 @@ bool EventLoop::State::isServer() const {
 void EventLoop::State::performInNextRound(Work work) {
   const Lock guard(lock_);
   performed_.push_back(std::move(work));
-  if (server_ == std::thread::id() && startsThread_) startThread();
+  if (server_ == std::thread::id()) startThread();
   wakeServer();
 }
 
@@ -237,7 +237,7 @@ std::shared_ptr<WorkItem> EventLoop::State::schedule(std::chrono::nanoseconds de
   const Lock guard(lock_);
   item->enter(timetable_.emplace(Clock::now() + bounded, item));
   if (!serves()) {
-    if (server_ == std::thread::id() && startsThread_) startThread();
+    if (server_ == std::thread::id()) startThread();
     wakeServer();
   }
   return item;
@@ -362,7 +362,7 @@ void EventLoop::State::waitForDescriptors(Lock& lock) {
 
 int EventLoop::State::pollTimeout() const {
   const bool hasPosted = server_ == mainThread_ && !posted_.empty();
-  if (hasPosted || !performed_.empty() || isEnding_ || !serves()) return 0;
+  if (hasPosted || !performed_.empty()) return 0;
   if (timetable_.empty()) return -1;
   return millisecondsUntil(timetable_.begin()->first);
 }

@@ -43,15 +43,8 @@ std::optional<ArgumentForm> argumentForm(char byte) {
 }
 
 MessageArgument decodeArgument(ArgumentForm form, std::string_view bytes) {
-  switch (form) {
-    case ArgumentForm::data:
-      return DataArgument{Bytes(bytes)};
-    case ArgumentForm::text:
-      return TextArgument{std::string(bytes)};
-    case ArgumentForm::none:
-    case ArgumentForm::absent:
-      break;
-  }
+  if (form == ArgumentForm::data) return DataArgument{Bytes(bytes)};
+  if (form == ArgumentForm::text) return TextArgument{std::string(bytes)};
   if (!bytes.empty()) throw platformError(FrameFault::bytesWithoutArgument);
   if (form == ArgumentForm::none) return NoArgument{};
   return TextArgument{};

@@ -23,8 +23,9 @@ extern "C" {
 
 namespace blindfold {
 namespace {
-/// The contents of the bundle's information property list; empty when it is no regular file, cannot
-/// be read or is too long. Never waits: a FIFO without a writer opens at once.
+/// The contents of the information property list of the bundle in this directory; empty when there
+/// is no directory, and when the list is no regular file, cannot be read or is too long. Never
+/// waits: a FIFO without a writer opens at once.
 std::string readInfoFile(const FileDescriptor& bundleDirectory) {
   const FileDescriptor file(openat(bundleDirectory.get(), "Contents/Info.plist",
                                    O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
@@ -69,9 +70,7 @@ class MainBundle final : public InfoBundle {
   std::optional<FileURL> executableURL() const override {
     std::array<char, PATH_MAX> path;
     const ssize_t size = readlink("/proc/self/exe", path.data(), path.size());
-    if (size <= 0 || static_cast<std::size_t>(size) == path.size() || path.front() != '/') {
-      return std::nullopt;
-    }
+    if (size < 0) return std::nullopt;
     return FileURL(std::string_view(path.data(), static_cast<std::size_t>(size)));
   }
 
@@ -87,9 +86,7 @@ class MainBundle final : public InfoBundle {
   std::string_view propertyList() const {
     const std::string_view linked = linkedPropertyList();
     if (!linked.empty()) return linked;
-    const FileDescriptor directory = openDirectory(bundleURL());
-    if (!directory) return {};
-    return *std::make_unique<std::string>(readInfoFile(directory)).release();
+    return *std::make_unique<std::string>(readInfoFile(openDirectory(bundleURL()))).release();
   }
 };
 

@@ -40,7 +40,7 @@ std::string LinuxFileManager::currentDirectoryPath() const {
     path.resize(path.size() * 2);
   }
   path.resize(path.find('\0'));
-  return path.starts_with('/') ? path : "/";
+  return path;
 }
 
 }  // namespace blindfold

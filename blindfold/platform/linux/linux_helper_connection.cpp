@@ -42,10 +42,9 @@ constexpr uid_t overflowUser = 65534;
 bool everyUserIsMapped() {
   constexpr std::size_t maximumMapSize = 65'536;
   const FileDescriptor file(open("/proc/self/uid_map", O_RDONLY | O_CLOEXEC));
-  auto map = readToEnd(file, maximumMapSize);
-  if (!map) return false;
-  std::erase(*map, ' ');
-  return *map == "004294967295\n";  // 4294967295 users from 0 on, and their ids from 0 on.
+  auto map = readToEnd(file, maximumMapSize).value_or("");
+  std::erase(map, ' ');
+  return map == "004294967295\n";  // 4294967295 users from 0 on, and their ids from 0 on.
 }
 
 /// Whether the helper is run by root or by the user of this program. A user without an id of its
@@ -75,16 +74,10 @@ bool isErrorText(std::string_view bytes) {
 
 /// Throws `PlatformError` when the frame is no answer.
 Answer answerIn(Frame frame) {
-  switch (frame.kind) {
-    case FrameKind::reply:
-      return std::move(frame.payload);
-    case FrameKind::error:
-      if (!isErrorText(frame.payload)) throw platformError(FrameFault::errorNotText);
-      return PlatformError(frame.payload);
-    case FrameKind::request:
-      break;
-  }
-  throw platformError(FrameFault::notAnAnswer);
+  if (frame.kind == FrameKind::reply) return std::move(frame.payload);
+  if (frame.kind == FrameKind::request) throw platformError(FrameFault::notAnAnswer);
+  if (!isErrorText(frame.payload)) throw platformError(FrameFault::errorNotText);
+  return PlatformError(frame.payload);
 }
 
 class LinuxHelperConnection final : public HelperConnection,

@@ -19,11 +19,11 @@ bool fitsAddress(const std::string& path) {
 }
 }  // namespace
 
-bool isServiceName(std::string_view name) {
+bool isServiceName(std::string_view name, std::string_view directory) {
   constexpr std::string_view excluded("/\0", 2);
   if (name.empty() || name.find_first_of(excluded) != std::string_view::npos) return false;
   return name.size() <= longestNameBehindDescriptor ||
-         fitsAddress(serviceSocketPath(std::string(name)));
+         directory.size() + 1 + name.size() <= maximumAddressLength;
 }
 
 std::string serviceSocketPath(const std::string& serviceName) {

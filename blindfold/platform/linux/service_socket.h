@@ -14,9 +14,9 @@ namespace blindfold {
 /// build.
 extern const char* const systemDomainDirectory;
 
-/// Whether `name` can be that of a service: not empty, without slash and NUL byte, and short enough
-/// for an address.
-bool isServiceName(std::string_view name);
+/// Whether `name` can be that of a service whose socket is in `directory`: not empty, without slash
+/// and NUL byte, and short enough for an address.
+bool isServiceName(std::string_view name, std::string_view directory = systemDomainDirectory);
 
 /// The path of the service's socket in the system domain.
 std::string serviceSocketPath(const std::string& serviceName);

@@ -7,6 +7,8 @@
 
 namespace blindfold {
 namespace {
+static_assert(EAGAIN == EWOULDBLOCK, "write(2) may fail with either where they differ (POSIX)");
+
 int descriptorOf(StandardStream stream) {
   return static_cast<int>(stream);
 }
@@ -29,7 +31,7 @@ std::error_code writeAll(StandardStream stream, std::string_view bytes) noexcept
     const ssize_t count = write(descriptor, bytes.data(), bytes.size());
     if (count >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
-    } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+    } else if (errno == EAGAIN) {
       if (const std::error_code error = waitForRoom(descriptor)) return error;
     } else if (errno != EINTR) {
       return lastError();

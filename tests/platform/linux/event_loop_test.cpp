@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -83,6 +84,19 @@ TEST(EventLoopTest, WorkPostedByWorkRunsInTheNextRoundWithoutWaiting) {
   EXPECT_THAT(ran, ElementsAre(1));
   loop.runRound();
   EXPECT_THAT(ran, ElementsAre(1, 2));
+}
+
+TEST(EventLoopTest, PostedWorkMayRunARoundOfItsOwn) {
+  EventLoop loop;
+  std::vector<int> ran;
+  loop.post([&] {
+    ran.push_back(1);
+    loop.runRound();
+    ran.push_back(3);
+  });
+  loop.post([&] { ran.push_back(2); });
+  loop.runRound();
+  EXPECT_THAT(ran, ElementsAre(1, 2, 3));
 }
 
 TEST(EventLoopTest, PostedWorkIsLetGoOfBeforeTheNextWorkRuns) {
@@ -377,6 +391,7 @@ TEST(EventLoopTest, TheLoopLetsGoOfWorkAndHandlersWithoutCallingThem) {
     loop.post(work);
     loop.schedule(milliseconds(0), work);
     loop.watch(pipe.reader.get(), POLLIN, [work](short) { work(); });
+    std::thread([&] { loop.perform(work); }).join();
   }
   EXPECT_TRUE(watcher.expired());
   EXPECT_FALSE(ran);

@@ -2,6 +2,8 @@
 // shows that no state is touched unguarded.
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 
 #include <atomic>
 #include <chrono>
@@ -15,6 +17,7 @@
 
 #include "blindfold/platform/linux/event_loop.h"
 #include "blindfold/platform/linux/linux_helper_connection.h"
+#include "blindfold/platform/posix/file_descriptor.h"
 #include "tests/platform/linux/test_helper.h"
 
 namespace blindfold {
@@ -102,6 +105,13 @@ TEST(EventLoopThreadsTest, ALoopThatNobodyServesStartsAThreadForItsWork) {
   EXPECT_EQ(timed.get_future().get(), thread);
 }
 
+TEST(EventLoopThreadsTest, TimedWorkStartsTheThreadOfALoopThatNobodyServes) {
+  EventLoop loop(EventLoop::Server::firstToServe);
+  std::promise<void> timed;
+  loop.schedule(1ms, [&] { timed.set_value(); });
+  EXPECT_TRUE(isReady(timed.get_future()));
+}
+
 TEST(EventLoopThreadsTest, PostedWorkStartsNoThread) {
   EventLoop loop(EventLoop::Server::firstToServe);
   std::atomic<bool> ran = false;
@@ -169,6 +179,28 @@ TEST(EventLoopThreadsTest, AServerThatBlocksLeavesTheServiceToAnother) {
     outer.set_value();
   });
   EXPECT_TRUE(isReady(outer.get_future()));
+}
+
+TEST(EventLoopThreadsTest, AHandlerThatLeavesTheServiceLeavesTheOtherHandlersToo) {
+  EventLoop loop(EventLoop::Server::firstToServe);
+  const FileDescriptor ready(eventfd(1, EFD_CLOEXEC));
+  const FileDescriptor alsoReady(eventfd(1, EFD_CLOEXEC));
+  std::promise<std::thread::id> next;
+  std::promise<std::thread::id> first;
+  loop.perform([&] {
+    const auto leave = [&](short) {
+      loop.unwatch(ready.get());
+      loop.serveElsewhere(/*callerBlocks=*/true);
+      first.set_value(std::this_thread::get_id());
+    };
+    const auto hear = [&](short) {
+      loop.unwatch(alsoReady.get());
+      next.set_value(std::this_thread::get_id());
+    };
+    loop.watch(ready.get(), POLLIN, leave);
+    loop.watch(alsoReady.get(), POLLIN, hear);
+  });
+  EXPECT_NE(next.get_future().get(), first.get_future().get());
 }
 
 TEST(EventLoopThreadsTest, AServerThatDoesNotBlockKeepsTheService) {

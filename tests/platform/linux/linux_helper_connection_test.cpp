@@ -117,6 +117,31 @@ TEST(LinuxHelperConnectionTest, WhatFollowsTheReplyIsNotRead) {
   EXPECT_THAT(request.heardWithin(milliseconds(20)), ElementsAre("reply first", "invalidated"));
 }
 
+TEST(LinuxHelperConnectionTest, AConnectionIsResumedOnce) {
+  const TestHelper helper(answering({FrameKind::reply, "{}"}));
+  TestRequest request(helper.name());
+  request.resume();
+  request.resume();
+  request.send(anyMessage);
+  EXPECT_THAT(request.outcome(), ElementsAre("reply {}"));
+}
+
+TEST(LinuxHelperConnectionTest, NothingMoreIsSentOnceTheAnswerIsMalformed) {
+  std::promise<void> refused;
+  const TestHelper helper([&](int connection) {
+    sendBytes(connection, std::string(64, 'x'));
+    // Room for more of the request.
+    std::vector<char> bytes(1'000'000);
+    EXPECT_GT(read(connection, bytes.data(), bytes.size()), 0);
+    refused.set_value();
+    awaitEnd(connection);
+  });
+  TestRequest request(helper.name());
+  request.start({HelperMethod::hold, DataArgument{Bytes(8'000'000, 'x')}});
+  refused.get_future().wait();
+  EXPECT_THAT(request.outcome(), ElementsAre(errorWith(FrameFault::wrongMark)));
+}
+
 TEST(LinuxHelperConnectionTest, AServiceThatIsNotThereInvalidates) {
   TestRequest request(uniqueServiceName());
   request.start();

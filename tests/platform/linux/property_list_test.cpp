@@ -82,6 +82,7 @@ TEST(PropertyListTest, EveryOtherTypeIsThereAndOpaque) {
            "<integer>+1</integer>",
            "<integer> 7\n</integer>",
            "<integer>0xFf</integer>",
+           "<integer>0X10</integer>",
            "<integer>18446744073709551615</integer>",
            "<integer>-9223372036854775808</integer>",
            "<real>0</real>",
@@ -154,7 +155,7 @@ TEST(PropertyListTest, ATextKeepsItsWhiteSpace) {
 
 TEST(PropertyListTest, TheLineEndsOfATextAreMadeOne) {
   EXPECT_EQ(parsedValue("<string>a\r\nb\rc\nd\r\r\n</string>"), text("a\nb\nc\nd\n\n"));
-  EXPECT_EQ(parsedValue("<string>a&#13;&#xD;&#10;b</string>"), text("a\r\r\nb"));
+  EXPECT_EQ(parsedValue("<string>a&#13;&#xD;&#10;b&#9;</string>"), text("a\r\r\nb\t"));
 }
 
 TEST(PropertyListTest, TheFiveEntitiesAreReplaced) {
@@ -255,6 +256,7 @@ TEST(PropertyListTest, OtherDeclarationsAreMalformed) {
            "<?xml version='2.0'?>",
            "<?xml version='1.'?>",
            "<?xml version='1.x'?>",
+           "<?xml version='1.0x'?>",
            "<?xml version='1.0' version='1.0'?>",
            "<?xml version='1.0' encoding='ISO-8859-1'?>",
            "<?xml version='1.0' encoding='UTF-16'?>",
@@ -283,6 +285,8 @@ TEST(PropertyListTest, OtherDeclarationsAreMalformed) {
            "<![CDATA[]]>",
            "<?>",
            "<? ?>",
+           "<?-a?>",
+           "<?.a?>",
            "<?1?>",
            "<?a/b?>",
            "<?\x7f?>",

@@ -108,6 +108,11 @@ TEST(ServiceSocketTest, AnAddressInADirectoryThatIsMissingNamesNothing) {
   EXPECT_FALSE(canBeReached("/nowhere/" + std::string(200, 'd'), "name"));
 }
 
+TEST(ServiceSocketTest, ANameMayBeLongerWhereItsPathFitsIntoAnAddress) {
+  EXPECT_TRUE(isServiceName(std::string(longestPath - 3, 'x'), "/d"));
+  EXPECT_FALSE(isServiceName(std::string(longestPath - 2, 'x'), "/d"));
+}
+
 TEST(ServiceSocketTest, AnEmptyNameIsNoService) {
   EXPECT_FALSE(isServiceName(""));
 }
