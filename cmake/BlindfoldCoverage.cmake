@@ -1,5 +1,7 @@
 # Builds that measure which lines, branches and conditions the tests reach (clang only): scripts/coverage.
-add_compile_options(-fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc)
+# Threads count at the same time.
+add_compile_options(
+  -fprofile-instr-generate -fprofile-update=atomic -fcoverage-mapping -fcoverage-mcdc)
 add_link_options(-fprofile-instr-generate LINKER:--wrap=_exit,--wrap=_Exit,--wrap=abort)
 
 # An object of every link, which no library or export set has to know.

@@ -2,9 +2,10 @@
 
 usage: report.py --export FILE --exceptions FILE
 
-`--export` is what `llvm-cov export` writes. A file may miss exactly what `--exceptions` allows it:
-lines of PATH, tab, lines, tab, branches, tab, conditions, tab, reason. Ends with status 1 when a file
-misses more, or less: an exception that is no longer needed is one too many.
+`--export` is what `llvm-cov export` writes. A file may miss what `--exceptions` allows it: lines of
+PATH, tab, lines, tab, branches, tab, conditions, tab, reason. Ends with status 1 when a file misses
+more, or there is no such file. A file that misses less is marked only: some of what is allowed takes
+threads that happen to meet.
 """
 
 import argparse
@@ -61,13 +62,14 @@ def main():
         allowed = exceptions.pop(name, (0, 0, 0))
         mark = "" if missed == (0, 0, 0) else f"  misses {missed}"
         if missed != allowed:
-            mark += f", {allowed} allowed"
+            mark += f", {allowed} allowed" if mark else f"  {allowed} allowed"
+        if any(count > most for count, most in zip(missed, allowed)):
             wrong.append(name)
         print(*(percent(*measure) for measure in measures), "", name + mark)
     print(*(percent(*total) for total in totals), "", "all")
     wrong += [f"{name} (no such file)" for name in exceptions]
     if wrong:
-        print("Not as tests/coverage/exceptions.tsv says: " + ", ".join(wrong), file=sys.stderr)
+        print("More than tests/coverage/exceptions.tsv allows: " + ", ".join(wrong), file=sys.stderr)
     return 1 if wrong else 0
 
 
