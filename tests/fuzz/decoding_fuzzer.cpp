@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -13,10 +14,13 @@
 #include "blindfold/model/json/json_encoder.h"
 #include "blindfold/model/json/record_decoding.h"
 #include "blindfold/text/one_line.h"
+#include "blindfold/text/plain_characters.h"
+#include "blindfold/text/utf8.h"
 
 // For any bytes decoding gives a record, or a `DecodingError` whose text is one line of valid
 // UTF-8. Decoding in one pass gives the same record, and none where there is an error. A record
-// encodes to one line, which decodes to an equal record, which encodes to the same bytes.
+// encodes to one line, which decodes to an equal record, which encodes to the same bytes. What
+// looks at eight bytes at a time finds what looking at each finds.
 
 namespace {
 using namespace blindfold;
@@ -25,6 +29,13 @@ void require(bool condition, const char* expectation) {
   if (condition) return;
   std::fprintf(stderr, "does not hold: %s\n", expectation);
   std::abort();
+}
+
+template <char... special>
+void requireSamePlainLength(std::string_view bytes) {
+  const auto end = std::find_if_not(bytes.begin(), bytes.end(), isPlainCharacter<special...>);
+  require(plainLength<special...>(bytes) == static_cast<std::size_t>(end - bytes.begin()),
+          "plain characters are as many either way");
 }
 
 template <Record T>
@@ -62,6 +73,11 @@ void fuzz(std::string_view bytes) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  const auto isAny = [](char32_t) { return true; };
+  require(isValidUTF8(bytes) == isValidUTF8(bytes, isAny), "text is valid UTF-8 either way");
+  requireSamePlainLength<'"', '\\'>(bytes);
+  requireSamePlainLength<'"', '\\', '/'>(bytes);
+  requireSamePlainLength<'<', '&', ']'>(bytes);
   fuzz<DetectionResult>(bytes);
   fuzz<HoldRequest>(bytes);
   fuzz<HoldState>(bytes);
