@@ -30,7 +30,7 @@ needed_of() {
     libblocksruntime-dev) echo "header Block.h" ;;
     libclang-rt-19-dev) echo "file /usr/lib/llvm-19/lib/clang/19/lib" ;;
     libgmock-dev) echo "header gmock/gmock.h" ;;
-    libgnustep-base-dev) echo "header GNUstep/Foundation/Foundation.h" ;;
+    libgnustep-base-dev) echo "file /usr/include/GNUstep/Foundation/Foundation.h" ;;
     libgtest-dev) echo "header gtest/gtest.h" ;;
     libobjc-12-dev) echo "file /usr/lib/gcc/*/*/include/objc/runtime.h" ;;
     libsimdjson-dev) echo "header simdjson.h" ;;
