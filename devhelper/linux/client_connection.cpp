@@ -17,7 +17,7 @@
 
 namespace blindfold {
 namespace {
-constexpr std::size_t receiveSize = std::size_t{64} * 1024;
+constexpr std::size_t receiveSize = std::size_t{32} * 1024;
 
 static_assert(maximumAnswerSize == maximumFramePayload);
 static_assert(maximumTruncation == frameHeaderSize + maximumFramePayload);

@@ -12,7 +12,7 @@
 namespace blindfold {
 namespace {
 constexpr int patienceMilliseconds = 10'000;
-constexpr std::size_t receiveSize = std::size_t{64} * 1024;
+constexpr std::size_t receiveSize = std::size_t{32} * 1024;
 
 bool becomesReady(int socket, short events, int milliseconds) {
   pollfd source{socket, events, 0};

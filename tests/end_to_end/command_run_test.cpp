@@ -2,6 +2,7 @@
 // hears of it.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <string>
 #include <vector>
@@ -30,6 +31,14 @@ TEST_F(CommandRunTest, StatusPrintsTheHoldState) {
   const auto state = printed<HoldState>(run({"status"}));
   EXPECT_TRUE(state.heldTargets.empty());
   EXPECT_FALSE(state.leaseID);
+}
+
+TEST_F(CommandRunTest, TheStackOfAThreadIsEnough) {
+  startHelper("currentState: silent\n");
+  const RunningProgram tool = start({"status"});
+  rlimit limit{};
+  ASSERT_EQ(prlimit(tool.pid(), RLIMIT_STACK, nullptr, &limit), 0);
+  EXPECT_EQ(limit.rlim_cur, stackSize);
 }
 
 TEST_F(CommandRunTest, WithoutAWordTheStatusIsPrinted) {

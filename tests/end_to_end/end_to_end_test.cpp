@@ -1,5 +1,8 @@
 #include "tests/end_to_end/end_to_end_test.h"
 
+#include <sys/resource.h>
+
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -56,6 +59,14 @@ void provideExecutable(const std::string& original, const std::string& path) {
   if (error) std::filesystem::copy_file(original, path);
 }
 
+/// Limits the stacks of the programs that this process starts from now on.
+void limitStacks() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_STACK, &limit) != 0) throw std::system_error(errno, std::generic_category());
+  limit.rlim_cur = stackSize;
+  if (setrlimit(RLIMIT_STACK, &limit) != 0) throw std::system_error(errno, std::generic_category());
+}
+
 int occurrences(std::string_view text, std::string_view word) {
   int result = 0;
   for (auto found = text.find(word); found != std::string_view::npos;
@@ -87,11 +98,14 @@ Deployment makeDeployment(const std::string& directory, const std::string& servi
 }
 
 EndToEndTest::EndToEndTest() {
+  limitStacks();
   ownService_.emplace();
   deployment_ = makeDeployment(directory_.path(), ownService_->text());
 }
 
-EndToEndTest::EndToEndTest(Deployment deployment) : deployment_(std::move(deployment)) {}
+EndToEndTest::EndToEndTest(Deployment deployment) : deployment_(std::move(deployment)) {
+  limitStacks();
+}
 
 void EndToEndTest::startHelper(const std::string& script, const std::vector<std::string>& options) {
   std::vector<std::string> arguments{developmentHelper, "--service", deployment_.service,

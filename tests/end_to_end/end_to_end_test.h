@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,10 @@
 namespace blindfold {
 
 inline const std::string developmentHelper = BLINDFOLD_DEVHELPER;
+
+/// The stack of every program that these tests start, in bytes: on macOS the tool's work runs on
+/// threads that have no more.
+inline constexpr std::size_t stackSize = std::size_t{512} * 1024;
 
 void writeFile(const std::string& path, const std::string& bytes);
 std::string readFile(const std::string& path);

@@ -25,7 +25,7 @@ namespace {
 /// The delay before the next attempt to connect to a socket whose queue of connections is full.
 constexpr auto connectionRetryDelay = std::chrono::milliseconds(10);
 
-constexpr std::size_t receiveBufferSize = std::size_t{64} * 1024;
+constexpr std::size_t receiveBufferSize = std::size_t{32} * 1024;
 
 /// The standard streams may be closed; a socket must not take the place of one of them.
 FileDescriptor openSocket() {

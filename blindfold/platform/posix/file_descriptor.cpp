@@ -6,7 +6,7 @@ namespace blindfold {
 
 std::optional<std::string> readToEnd(const FileDescriptor& file, std::size_t maximumSize) {
   std::string bytes;
-  std::array<char, std::size_t{64} * 1024> buffer;
+  std::array<char, std::size_t{32} * 1024> buffer;
   while (bytes.size() <= maximumSize) {
     const ssize_t count = read(file.get(), buffer.data(), buffer.size());
     if (count == 0) return bytes;

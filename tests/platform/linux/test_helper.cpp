@@ -59,7 +59,7 @@ TestHelper::~TestHelper() {
 
 HelperMessage receiveMessage(int connection) {
   FrameReader reader;
-  std::array<char, 65536> buffer{};
+  std::array<char, 32768> buffer{};
   for (;;) {
     if (const auto frame = reader.next()) return decodeMessage(frame->payload);
     const ssize_t count = read(connection, buffer.data(), buffer.size());
