@@ -110,7 +110,7 @@ clean_up_at_exit() {
   trap 'exit 129' HUP
   trap 'exit 130' INT
   trap 'exit 143' TERM
-  work=$(mktemp -d -t blindfold.XXXXXX)
+  work=$(mktemp -d "${TMPDIR:-/tmp}/blindfold.XXXXXX")
 }
 
 clean_up() {

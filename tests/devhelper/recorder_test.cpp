@@ -81,9 +81,11 @@ TEST(RecorderTest, AFileThatCannotBeOpenedIsRefused) {
   EXPECT_THROW(Recorder("/nonexistent/record"), PlatformError);
 }
 
+#ifdef __linux__
 TEST(RecorderTest, AFullFileIsAFailure) {
   Recorder recorder("/dev/full");
   EXPECT_THROW(recorder.append({HelperMethod::muteMic, NoArgument{}}), PlatformError);
 }
+#endif
 }  // namespace
 }  // namespace blindfold

@@ -16,6 +16,8 @@
 #include <system_error>
 #include <thread>
 
+#include "blindfold/platform/posix/file_descriptor.h"
+
 namespace blindfold {
 namespace {
 using std::chrono::milliseconds;
@@ -56,14 +58,18 @@ TEST(ProgramTest, AChildThatNeverStopsWritingIsKilledAtItsDeadline) {
 
 TEST(ProgramTest, AClosedStandardOutputIsClosedInTheChild) {
   const auto result =
-      runProgram({"/bin/sh", "-c", "test -e /proc/self/fd/1"}, {.standardOutput = ClosedOutput{}});
+      runProgram({"/bin/sh", "-c", "test -e /dev/fd/1"}, {.standardOutput = ClosedOutput{}});
   EXPECT_EQ(result.exitStatus, 1);
 }
 
 TEST(ProgramTest, StandardOutputCanGoToAPath) {
-  const auto result = runProgram({"/bin/echo", "a"}, {.standardOutput = OutputToPath{"/dev/full"}});
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_NE(result.standardError, "");
+  const TemporaryDirectory directory;
+  const auto path = directory.path() + "/output";
+  const std::ofstream made(path);
+  const auto result = runProgram({"/bin/echo", "a"}, {.standardOutput = OutputToPath{path}});
+  EXPECT_EQ(result.standardOutput, "");
+  std::ifstream output(path);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(output), {}), "a\n");
 }
 
 TEST(ProgramTest, TheGivenEnvironmentIsTheWholeEnvironment) {
@@ -79,9 +85,12 @@ TEST(ProgramTest, TheProgramRunsInTheGivenDirectory) {
 }
 
 TEST(ProgramTest, NoDescriptorOfThisProcessIsInherited) {
-  // The one beyond the three streams is the directory that ls itself reads.
-  const auto result = runProgram({"/bin/ls", "/proc/self/fd"});
-  EXPECT_EQ(result.standardOutput, "0\n1\n2\n3\n");
+  const FileDescriptor inheritable(dup(STDIN_FILENO));
+  ASSERT_GT(inheritable.get(), STDERR_FILENO);
+  const auto result = runProgram(
+      {"/bin/sh", "-c",
+       "n=0; while [ $n -lt 64 ]; do test ! -e /dev/fd/$n || echo $n; n=$((n+1)); done"});
+  EXPECT_EQ(result.standardOutput, "0\n1\n2\n");
 }
 
 TEST(ProgramTest, AProgramThatDoesNotExistThrows) {
@@ -117,6 +126,18 @@ TEST(RunningProgramTest, TheDestructorKillsAndReapsTheChild) {
   EXPECT_EQ(kill(pid, 0), -1);
 }
 
+/// Whether the process has not ended. Nobody may reap it, so that Linux is asked for its state
+/// (proc(5)).
+bool isRunning(pid_t pid) {
+#ifdef __linux__
+  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+  const std::string text(std::istreambuf_iterator<char>(file), {});
+  return !text.empty() && text.find(") Z ") == std::string::npos;
+#else
+  return kill(pid, 0) == 0;
+#endif
+}
+
 TEST(RunningProgramTest, AChildDiesWithTheProcessThatStartedIt) {
   const auto result = runInChild([] {
     const RunningProgram program({"/bin/sleep", "60"});
@@ -126,13 +147,7 @@ TEST(RunningProgramTest, AChildDiesWithTheProcessThatStartedIt) {
   ASSERT_EQ(result.signal, SIGKILL);
   const pid_t pid = std::stoi(result.standardOutput);
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  // Nobody may have reaped it yet, so its state is looked at (proc(5)).
-  const auto isRunning = [&] {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    const std::string text(std::istreambuf_iterator<char>(file), {});
-    return !text.empty() && text.find(") Z ") == std::string::npos;
-  };
-  while (isRunning()) {
+  while (isRunning(pid)) {
     ASSERT_LT(std::chrono::steady_clock::now(), deadline);
     std::this_thread::sleep_for(milliseconds(5));
   }

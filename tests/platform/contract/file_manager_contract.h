@@ -89,10 +89,14 @@ TYPED_TEST_P(FileManagerContract, DescribesALinkItself) {
 TYPED_TEST_P(FileManagerContract, TellsEveryPermissionBit) {
   const std::string path = this->makeFile("file", 0);
   for (mode_t mode = 0; mode <= 07777; ++mode) {
-    ASSERT_EQ(chmod(path.c_str(), mode), 0);
+    const int changed = chmod(path.c_str(), mode);
+    struct stat status{};
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    // The bits beyond the permissions are not every user's to set.
+    ASSERT_TRUE(mode > 0777 || changed == 0);
     const auto attributes = this->fileManager().attributesOfItem(path);
     ASSERT_TRUE(attributes.has_value());
-    ASSERT_EQ(attributes->posixPermissions, mode);
+    ASSERT_EQ(attributes->posixPermissions, status.st_mode & 07777U);
   }
 }
 
@@ -113,6 +117,9 @@ TYPED_TEST_P(FileManagerContract, WhatIsNotThereHasNoAttributes) {
 TYPED_TEST_P(FileManagerContract, KeepsNamesAsTheirBytesAre) {
   // The same letter, composed and decomposed: two names.
   const std::string composed = this->makeFile("\u00e9", 0600);
+  if (std::filesystem::exists(this->pathOf("e\u0301"))) {
+    GTEST_SKIP() << "The file system takes both for one name.";
+  }
   EXPECT_EQ(this->typeOf(this->pathOf("e\u0301")), std::nullopt);
   const std::string decomposed = this->makeFile("e\u0301", 0640);
   EXPECT_EQ(this->fileManager().attributesOfItem(composed)->posixPermissions, 0600U);
@@ -120,6 +127,9 @@ TYPED_TEST_P(FileManagerContract, KeepsNamesAsTheirBytesAre) {
 }
 
 TYPED_TEST_P(FileManagerContract, NeverTakesANameThatIsNotTextForAnother) {
+  if (!std::ofstream(this->pathOf("\xff"))) {
+    GTEST_SKIP() << "The file system takes only names that are text.";
+  }
   for (const char* other : {"?", "\u00ff", "\ufffd", "%FF"}) this->makeFile(other, 0640);
   const auto attributes = this->fileManager().attributesOfItem(this->makeFile("\xff", 0600));
   EXPECT_EQ(attributes ? attributes->posixPermissions : 0600U, 0600U);
