@@ -37,7 +37,7 @@ using Clock = std::chrono::steady_clock;
 /// How long a child that is no longer wanted may take to end at SIGTERM.
 constexpr std::chrono::milliseconds terminationLimit{2'000};
 
-constexpr std::size_t readSize = std::size_t{64} * 1024;
+constexpr std::size_t readSize = std::size_t{32} * 1024;
 
 [[noreturn]] void throwError(int error, const char* what) {
   throw std::system_error(error, std::generic_category(), what);
@@ -391,7 +391,8 @@ ProgramResult runInChild(const std::function<void()>& function,
 }
 
 TemporaryDirectory::TemporaryDirectory()
-    : TemporaryDirectory(std::filesystem::temp_directory_path().string()) {}
+    : TemporaryDirectory(
+          std::filesystem::canonical(std::filesystem::temp_directory_path()).string()) {}
 
 TemporaryDirectory::TemporaryDirectory(const std::string& parent)
     : path_(parent + "/blindfold-XXXXXX") {
