@@ -24,6 +24,19 @@ def literal_blocks(page):
     return [block.replace("\\e", "\\") for block in blocks]
 
 
+def sentences_of(*patterns):
+    """The sentences that stand as texts in these sources of the product."""
+    sources = [path for pattern in patterns
+               for path in (arguments.sources / "blindfold").glob(pattern)]
+    return {sentence for path in sources
+            for sentence in re.findall(r'"([A-Z][^"]* [^"]*[.])"', path.read_text())}
+
+
+def labels_of_failures():
+    """The lines of failure that the tool's page explains."""
+    return re.findall(r'^\.It "(.*)"$', source("man1/blindfoldctl.1"), re.MULTILINE)
+
+
 class ManualsTest(SessionTest):
     maxDiff = None
 
@@ -103,17 +116,13 @@ class ManualsTest(SessionTest):
             self.assertIn(f"\n.It Va {key} Pq ", source("man5/blindfold.5"))
 
     def test_every_sentence_of_failure_is_explained(self):
-        sentences = set()
-        for room in ("cli", "helperclient"):
-            for path in (arguments.sources / "blindfold" / room).glob("*.cpp"):
-                sentences |= set(re.findall(r'"([A-Z][^"]* [^"]*[.])"', path.read_text()))
+        sentences = sentences_of("cli/*.cpp", "helperclient/*.cpp")
         self.assertIn("Protection service took too long to respond.", sentences)
         diagnostics = source("man1/blindfoldctl.1").split(".Sh DIAGNOSTICS\n")[1]
         for sentence in sentences - {"An unknown error occurred."}:
             self.assertIn(f'.It "{sentence}"\n', diagnostics)
 
     def test_the_lines_of_failure_are_the_tools_own(self):
-        labels = re.findall(r'^\.It "(.*)"$', source("man1/blindfoldctl.1"), re.MULTILINE)
         not_provoked = {
             "Out of memory.",
             "Protection service returned an invalid response.",
@@ -123,7 +132,23 @@ class ManualsTest(SessionTest):
         for failure in FAILURES:
             with Deployment() as deployment:
                 seen.add(failure(deployment))
-        self.assertEqual(sorted(labels), sorted(seen | not_provoked))
+        self.assertEqual(sorted(labels_of_failures()), sorted(seen | not_provoked))
+
+    def test_the_page_about_macos_explains_the_same_lines(self):
+        page = (arguments.sources / "docs/macos.md").read_text()
+        table = page.split("\n## What the tool says\n")[1].split("\n## ")[0]
+        rows = re.findall(r"^\| `([^`]*)` \|", table.replace("\\|", "|"), re.MULTILINE)
+        patterns = {row: re.escape(row).replace("…", ".*") for row in rows}
+        with Deployment() as deployment:
+            usage = deployment.run("blindfoldctl", "no-such-word").stderr.strip()
+        lines = sentences_of("cli/*.cpp", "helperclient/*.cpp", "platform/macos/*.mm")
+        lines |= {usage, *labels_of_failures()}
+        self.assertIn("The connection to the helper could not be made.", lines)
+        for line in lines:
+            found = [row for row in rows if re.fullmatch(patterns[row], line)]
+            self.assertEqual(1, len(found), line)
+        for row in rows:
+            self.assertTrue(any(re.fullmatch(patterns[row], line) for line in lines), row)
 
     def test_the_program_carries_its_version(self):
         command = re.search(r"^\.Ql (strings .*)$", source("man1/blindfoldctl.1"), re.MULTILINE)
