@@ -65,7 +65,7 @@ TEST(OutOfMemoryTest, AReplyWhoseRecordFindsNoMemoryFailsInPlainWords) {
   fake.mainLoop.runUntilIdle();
   fake.connections.connections().front()->reply(reply);
   {
-    const FailingNew failing(0, longText);
+    const FailingLargeNew failing(longText);
     fake.mainLoop.runUntilIdle();
   }
   EXPECT_EQ(describeFailure(*ending), "Out of memory.");

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "blindfold/library/blindfold.h"
 #include "tests/support/failing_new.h"
@@ -59,6 +60,17 @@ TEST(CInterfaceMemoryTest, AWaitThatFindsNoMemorySaysSo) {
     EXPECT_EQ(outcome->status, hasFailed ? BLINDFOLD_OUT_OF_MEMORY : BLINDFOLD_HELPER_UNREACHABLE);
   }
   EXPECT_GT(failures, 0);
+}
+
+TEST(CInterfaceMemoryTest, ARequestThatFindsNoMemoryEndsSo) {
+  constexpr std::size_t longText = 1'000'000;
+  const Client client = makeClient();
+  const std::string json = R"({"cameraID":")" + std::string(longText, 'x') + R"("})";
+  const OwnedRequest request{blindfold_hold(client.get(), json.c_str()), blindfold_request_free};
+  const FailingLargeNew failing(longText);
+  const blindfold_outcome* const outcome = blindfold_wait(request.get());
+  EXPECT_EQ(outcome->status, BLINDFOLD_OUT_OF_MEMORY);
+  EXPECT_EQ(std::string_view(outcome->text, outcome->length), "Out of memory.");
 }
 
 TEST(CInterfaceMemoryTest, AStartThatFindsNoMemorySaysSo) {

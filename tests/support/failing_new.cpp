@@ -1,18 +1,23 @@
 #include "tests/support/failing_new.h"
 
+#include <atomic>
 #include <cassert>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
 namespace {
 /// The allocations that still succeed, if one is to fail.
 thread_local std::size_t successesLeft = 0;
-thread_local std::size_t watchedSize = 0;
 thread_local bool isArmed = false;
 thread_local bool hasFailed = false;
 
+/// The size from which on allocations fail on every thread.
+std::atomic<std::size_t> largeSize = SIZE_MAX;
+
 bool fails(std::size_t size) {
-  if (!isArmed || size < watchedSize || successesLeft-- > 0) return false;
+  if (size >= largeSize) return true;
+  if (!isArmed || successesLeft-- > 0) return false;
   isArmed = false;
   hasFailed = true;
   return true;
@@ -35,10 +40,9 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 
 namespace blindfold {
 
-FailingNew::FailingNew(std::size_t successes, std::size_t smallestSize) {
+FailingNew::FailingNew(std::size_t successes) {
   assert(!isArmed);
   successesLeft = successes;
-  watchedSize = smallestSize;
   ::hasFailed = false;
   isArmed = true;
 }
@@ -49,6 +53,15 @@ FailingNew::~FailingNew() {
 
 bool FailingNew::hasFailed() {
   return ::hasFailed;
+}
+
+FailingLargeNew::FailingLargeNew(std::size_t size) {
+  assert(largeSize == SIZE_MAX);
+  largeSize = size;
+}
+
+FailingLargeNew::~FailingLargeNew() {
+  largeSize = SIZE_MAX;
 }
 
 }  // namespace blindfold

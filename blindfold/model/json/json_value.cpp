@@ -228,11 +228,15 @@ std::size_t lengthOfValue(std::string_view text) {
   }
 }
 
-/// Removes the next value from `rest`, which ends with a closing bracket. Returns `std::nullopt`
-/// when no value is left.
-std::optional<JSONValue> takeValue(std::string_view& rest) {
+/// Removes what stands before the next value from `rest`, which ends with a closing bracket.
+/// Returns whether a value is left.
+bool skipToValue(std::string_view& rest) {
   while (isBetweenValues(rest.front())) rest.remove_prefix(1);
-  if (rest.front() == ']' || rest.front() == '}') return std::nullopt;
+  return rest.front() != ']' && rest.front() != '}';
+}
+
+/// Removes the value that `rest` begins with.
+JSONValue takeValue(std::string_view& rest) {
   const JSONValue value{rest.substr(0, lengthOfValue(rest))};
   rest.remove_prefix(value.text.size());
   return value;
@@ -275,6 +279,7 @@ JSONElements::JSONElements(const JSONValue& array) : rest_(array.text.substr(1))
 }
 
 std::optional<JSONValue> JSONElements::next() {
+  if (!skipToValue(rest_)) return std::nullopt;
   return takeValue(rest_);
 }
 
@@ -283,10 +288,10 @@ JSONMembers::JSONMembers(const JSONValue& object) : rest_(object.text.substr(1))
 }
 
 std::optional<JSONMember> JSONMembers::next() {
-  const auto key = takeValue(rest_);
-  if (!key) return std::nullopt;
-  // A checked text has a value behind every key.
-  return JSONMember{key->string(), takeValue(rest_).value()};
+  if (!skipToValue(rest_)) return std::nullopt;
+  const JSONValue key = takeValue(rest_);
+  skipToValue(rest_);
+  return JSONMember{key.string(), takeValue(rest_)};
 }
 
 }  // namespace blindfold

@@ -23,9 +23,8 @@ extern "C" {
 
 namespace blindfold {
 namespace {
-/// The contents of the information property list of the bundle in this directory; empty when there
-/// is no directory, and when the list is no regular file, cannot be read or is too long. Never
-/// waits: a FIFO without a writer opens at once.
+/// The contents of the bundle's information property list; empty when it is no regular file, cannot
+/// be read or is too long. Never waits: a FIFO without a writer opens at once.
 std::string readInfoFile(const FileDescriptor& bundleDirectory) {
   const FileDescriptor file(openat(bundleDirectory.get(), "Contents/Info.plist",
                                    O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
@@ -86,7 +85,9 @@ class MainBundle final : public InfoBundle {
   std::string_view propertyList() const {
     const std::string_view linked = linkedPropertyList();
     if (!linked.empty()) return linked;
-    return *std::make_unique<std::string>(readInfoFile(openDirectory(bundleURL()))).release();
+    const FileDescriptor directory = openDirectory(bundleURL());
+    if (!directory) return {};
+    return *std::make_unique<std::string>(readInfoFile(directory)).release();
   }
 };
 

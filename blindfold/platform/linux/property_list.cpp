@@ -96,7 +96,8 @@ std::optional<std::uint64_t> numberOf(std::string_view digits, int base) {
   const char* const begin = digits.data();
   const char* const end = begin + digits.size();
   const auto [stop, error] = std::from_chars(begin, end, value, base);
-  return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return value;
 }
 
 Cursor trimmed(std::string_view text) {

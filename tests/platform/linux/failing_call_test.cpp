@@ -86,6 +86,15 @@ TEST(MainBundleFailureTest, WithoutTheNameOfItsExecutableTheBundleIsTheRoot) {
   EXPECT_EQ(bundles.mainBundle().bundleURL(), FileURL("/"));
 }
 
+TEST(MainBundleFailureTest, ABundleThatCannotBeOpenedDeclaresNothing) {
+  const auto result = runInChild([] {
+    const FailingCall failing("open", EMFILE);
+    const bool isEmpty = !LinuxBundleProvider().mainBundle().bundleIdentifier();
+    std::_Exit(isEmpty && failing.failures() == 1 ? EXIT_SUCCESS : EXIT_FAILURE);
+  });
+  EXPECT_EQ(result.exitStatus, EXIT_SUCCESS);
+}
+
 TEST(DirectoryBundleFailureTest, AListThatCannotBeLookedAtDeclaresNothing) {
   const TemporaryDirectory directory;
   std::filesystem::create_directories(directory.path() + "/Contents");
