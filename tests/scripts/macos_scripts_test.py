@@ -239,6 +239,15 @@ class ScriptsTest(unittest.TestCase):
                 self.assertIn(command, run.errors)
                 self.assertEqual(run.commands("sudo"), [])
 
+    def test_a_missing_library_of_the_tests_is_named_too(self):
+        commands = ScriptRun(self, "test").commands()
+        number = commands.index(["brew", "--prefix", "--installed", "googletest"]) + 1
+        run = ScriptRun(self, "test", FAILS=str(number))
+        self.assertEqual(run.status, 1)
+        self.assertEqual(len(run.errors.splitlines()), 1, run.errors)
+        self.assertIn("brew install googletest", run.errors)
+        self.assertEqual(run.commands("cmake", "sudo"), [])
+
     def test_a_helper_that_is_registered_already_is_left_alone(self):
         run = ScriptRun(self, "demo", REGISTERED="yes")
         self.assertEqual(run.status, 1)
