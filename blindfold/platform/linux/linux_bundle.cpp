@@ -81,13 +81,15 @@ class MainBundle final : public InfoBundle {
     return dictionary;
   }
 
-  /// Called once.
+  /// The text that the dictionary refers to. Called once.
   std::string_view propertyList() const {
     const std::string_view linked = linkedPropertyList();
     if (!linked.empty()) return linked;
     const FileDescriptor directory = openDirectory(bundleURL());
     if (!directory) return {};
-    return *std::make_unique<std::string>(readInfoFile(directory)).release();
+    static const std::string& contents =
+        *std::make_unique<std::string>(readInfoFile(directory)).release();
+    return contents;
   }
 };
 
