@@ -431,6 +431,9 @@ TEST_F(HelperClientTest, ReleaseSendsALeaseIdentifierOrNone) {
   start(client_.release(std::nullopt));
   EXPECT_EQ(connection().message(),
             (HelperMessage{HelperMethod::release, TextArgument{std::nullopt}}));
+  start(client_.release(""));
+  EXPECT_EQ(fake_.connections.connections().back()->message(),
+            (HelperMessage{HelperMethod::release, TextArgument{""}}));
   start(client_.release("lease"));
   EXPECT_EQ(fake_.connections.connections().back()->message(),
             (HelperMessage{HelperMethod::release, TextArgument{"lease"}}));
