@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "tests/support/ordinals.h"
 
 namespace blindfold {
@@ -20,6 +22,9 @@ const Row rows[] = {
      "Microphone setup failed: no audio"},
     {MicrophoneControlError::hardwareQueryFailed(""), Case::hardwareQueryFailed, "",
      "Microphone setup failed: "},
+    {MicrophoneControlError::hardwareQueryFailed(std::string(1000, 'd') + "\n"),
+     Case::hardwareQueryFailed, std::string(1000, 'd') + "\n",
+     "Microphone setup failed: " + std::string(1000, 'd') + "\n"},
     {MicrophoneControlError::noInputDevices(), Case::noInputDevices, "",
      "No input microphones detected."},
     {MicrophoneControlError::noControllableInputs(), Case::noControllableInputs, "",

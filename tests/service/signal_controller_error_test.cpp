@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
 
 #include "tests/support/ordinals.h"
 
@@ -46,6 +47,11 @@ TEST(SignalControllerErrorTest, ALabelIsTakenAsItIs) {
   EXPECT_EQ(SignalControllerError::noPID("").errorDescription(), "No PID found for .");
   EXPECT_EQ(SignalControllerError::noPID(" a {0} %s ").errorDescription(),
             "No PID found for  a {0} %s .");
+  const std::string label(1000, 'l');
+  EXPECT_EQ(SignalControllerError::noPID(label).errorDescription(),
+            "No PID found for " + label + ".");
+  EXPECT_EQ(SignalControllerError::signalFailed(label, 17, 1).errorDescription(),
+            "Failed to send signal 17 to " + label + " (errno 1).");
 }
 
 TEST(SignalControllerErrorTest, EachCaseCarriesItsOwnPayload) {
