@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sched.h>
 #include <sys/fsuid.h>
 #include <sys/socket.h>
@@ -395,6 +396,17 @@ TEST(LinuxHelperConnectionTest, AReplyFromAHelperThatStoppedListeningCounts) {
   TestRequest request(helper.name());
   request.start({HelperMethod::hold, DataArgument{Bytes(8U << 20U, 'x')}});
   EXPECT_THAT(request.outcome(), ElementsAre("reply too much"));
+}
+
+TEST(LinuxHelperConnectionTest, AHelperThatStopsListeningWithoutAnAnswerInterruptsThoughItStays) {
+  const TestHelper helper([](int connection) {
+    shutdown(connection, SHUT_RD);
+    pollfd end{connection, POLLHUP, 0};
+    poll(&end, 1, /*timeout=*/-1);
+  });
+  TestRequest request(helper.name());
+  request.start({HelperMethod::hold, DataArgument{Bytes(8U << 20U, 'x')}});
+  EXPECT_THAT(request.outcome(), ElementsAre("interrupted"));
 }
 
 TEST(LinuxHelperConnectionTest, AMessageThatIsTooLargeIsRefusedAtOnceByItsName) {
