@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "blindfold/model/detection.h"
@@ -67,6 +68,25 @@ TEST(JSONDecoderTest, ReadsEveryField) {
   EXPECT_EQ(decode<HeldTarget>(heldTargetText), sample::heldTarget());
   EXPECT_EQ(decode<HoldState>(holdStateText), sample::holdState());
   EXPECT_EQ(decode<OperationResult>(operationResultText), sample::operationResult());
+}
+
+TEST(JSONDecoderTest, ReadsEachBooleanOfACameraByItsOwnKey) {
+  const std::vector<std::pair<std::string, bool CameraInfo::*>> booleans{
+      {"isConnected", &CameraInfo::isConnected},
+      {"isSuspended", &CameraInfo::isSuspended},
+      {"isInUseByAnotherApplication", &CameraInfo::isInUseByAnotherApplication},
+      {"isExperimental", &CameraInfo::isExperimental}};
+  for (const auto& set : booleans) {
+    std::string text = R"({"id":"","localizedName":"","modelID":"","uniqueID":"",)"
+                       R"("transportType":"","kind":"builtIn")";
+    for (const auto& each : booleans) {
+      text += ",\"" + each.first + "\":" + (each == set ? "true" : "false");
+    }
+    const auto camera = decode<CameraInfo>(text + "}");
+    for (const auto& each : booleans) {
+      EXPECT_EQ(camera.*each.second, each == set) << set.first << ' ' << each.first;
+    }
+  }
 }
 
 TEST(JSONDecoderTest, ReadsEveryFieldOfAHoldRequest) {

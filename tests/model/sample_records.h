@@ -5,8 +5,8 @@
 #include "blindfold/model/detection.h"
 #include "blindfold/model/hold.h"
 
-/// Records in which no two fields of the same type hold the same value, so that a field that is
-/// taken for another shows.
+/// Records in which no two fields of the same type hold the same value, the booleans of a camera
+/// excepted, so that a field that is taken for another shows.
 namespace blindfold::sample {
 
 inline Instant instant(int year, unsigned month, unsigned day, int hour, int minute, int second) {
