@@ -399,13 +399,17 @@ TEST(LinuxHelperConnectionTest, AReplyFromAHelperThatStoppedListeningCounts) {
 }
 
 TEST(LinuxHelperConnectionTest, AHelperThatStopsListeningWithoutAnAnswerInterruptsThoughItStays) {
-  const TestHelper helper([](int connection) {
+  std::promise<void> stopped;
+  const TestHelper helper([&](int connection) {
     shutdown(connection, SHUT_RD);
+    stopped.set_value();
     pollfd end{connection, POLLHUP, 0};
     poll(&end, 1, /*timeout=*/-1);
   });
   TestRequest request(helper.name());
-  request.start({HelperMethod::hold, DataArgument{Bytes(8U << 20U, 'x')}});
+  request.resume();
+  ASSERT_EQ(stopped.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+  request.send(anyMessage);
   EXPECT_THAT(request.outcome(), ElementsAre("interrupted"));
 }
 
