@@ -153,6 +153,7 @@ def rows_of_codec(rows):
         return
     result = subprocess.run(
         [program, "--benchmark_format=json", "--benchmark_repetitions=9",
+         "--benchmark_min_time=0.1",
          "--benchmark_filter=Blindfold|decodeSimdjson|encodeRapidJSON",
          "--benchmark_enable_random_interleaving=true", "--benchmark_report_aggregates_only=true"],
         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
