@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +14,7 @@
 #include "blindfold/text/one_line.h"
 #include "blindfold/text/plain_characters.h"
 #include "blindfold/text/utf8.h"
+#include "tests/fuzz/require.h"
 
 // For any bytes decoding gives a record, or a `DecodingError` whose text is one line of valid
 // UTF-8. Decoding in one pass gives the same record, and none where there is an error. A record
@@ -24,12 +23,6 @@
 
 namespace {
 using namespace blindfold;
-
-void require(bool condition, const char* expectation) {
-  if (condition) return;
-  std::fprintf(stderr, "does not hold: %s\n", expectation);
-  std::abort();
-}
 
 template <char... special>
 void requireSamePlainLength(std::string_view bytes) {

@@ -1,7 +1,5 @@
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,18 +8,13 @@
 #include "blindfold/platform/linux/frame.h"
 #include "blindfold/platform/platform_error.h"
 #include "blindfold/text/one_line.h"
+#include "tests/fuzz/require.h"
 
 // For any bytes a reader gives the same frames, and then the same error, in whatever parts
 // the bytes arrive, and a frame is the bytes that it was read from.
 
 namespace blindfold {
 namespace {
-void require(bool condition, const char* statement) {
-  if (condition) return;
-  std::fprintf(stderr, "not so: %s\n", statement);
-  std::abort();
-}
-
 struct Reading {
   std::vector<Frame> frames;
   std::optional<std::string> error;

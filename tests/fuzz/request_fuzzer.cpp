@@ -1,7 +1,5 @@
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -12,6 +10,7 @@
 #include "blindfold/text/utf8.h"
 #include "devhelper/development_helper.h"
 #include "devhelper/recorder.h"
+#include "tests/fuzz/require.h"
 
 // Any payload of a request is refused with one line, or is the payload of the
 // message read from it, which the development helper records as one line and answers by one line of
@@ -19,12 +18,6 @@
 
 namespace blindfold {
 namespace {
-void require(bool condition, const char* statement) {
-  if (condition) return;
-  std::fprintf(stderr, "not so: %s\n", statement);
-  std::abort();
-}
-
 void answer(DevelopmentHelper& helper, std::string_view payload) {
   try {
     const HelperMessage message = decodeMessage(payload);

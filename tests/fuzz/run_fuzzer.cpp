@@ -1,7 +1,9 @@
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -9,9 +11,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include "blindfold/cli/command.h"
 #include "blindfold/cli/output.h"
@@ -24,6 +23,7 @@
 #include "blindfold/model/json/json_encoder.h"
 #include "blindfold/text/one_line.h"
 #include "blindfold/text/utf8.h"
+#include "tests/fuzz/require.h"
 #include "tests/support/fake_platform.h"
 #include "tests/support/program.h"
 
@@ -38,12 +38,6 @@ extern "C" std::uint8_t __stop___sancov_cntrs;   // NOLINT(bugprone-reserved-ide
 
 namespace blindfold {
 namespace {
-void require(bool condition, const char* statement) {
-  if (condition) return;
-  std::fprintf(stderr, "not so: %s\n", statement);
-  std::abort();
-}
-
 std::span<std::uint8_t> edgeCounters() {
   return {&__start___sancov_cntrs, &__stop___sancov_cntrs};
 }

@@ -1,25 +1,18 @@
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "blindfold/text/one_line.h"
 #include "devhelper/messages.h"
 #include "devhelper/script.h"
+#include "tests/fuzz/require.h"
 
 // Any text of a script is refused with one line that names the script, or each
 // method's last directive repeats.
 
 namespace blindfold {
 namespace {
-void require(bool condition, const char* statement) {
-  if (condition) return;
-  std::fprintf(stderr, "not so: %s\n", statement);
-  std::abort();
-}
-
 void requireRepetition(Script script, HelperMethod method, std::size_t longest) {
   std::optional<Answer> last = script.next(method);
   for (std::size_t count = 0; last && count < longest; ++count) last = script.next(method);
