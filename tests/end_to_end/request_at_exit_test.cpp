@@ -1,4 +1,5 @@
-// Requests that are made while the process ends: threads go on, and statics are gone.
+// Requests that are made while the process ends: threads go on, and statics are gone. And requests
+// that the thread of the main loop waits for.
 
 #include <gtest/gtest.h>
 
@@ -67,6 +68,18 @@ TEST(RequestAtExitTest, AProcessEndsWhileItsThreadsMakeRequests) {
   });
   EXPECT_EQ(result.exitStatus, EXIT_SUCCESS) << result.standardError;
   EXPECT_EQ(result.standardError, "");
+}
+
+TEST(RequestOnMainLoopTest, TheThreadThatServesTheMainLoopMayWaitForARequest) {
+  const auto result = runInChild([] {
+    mainLoopExecutor()([] {
+      makeRequests();
+      std::exit(EXIT_SUCCESS);
+    });
+    runMainLoop();
+  });
+  EXPECT_EQ(result.exitStatus, EXIT_SUCCESS) << result.standardError;
+  EXPECT_EQ(result.standardOutput, failures);
 }
 }  // namespace
 }  // namespace blindfold
