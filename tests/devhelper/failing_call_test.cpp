@@ -1,4 +1,4 @@
-// What becomes of the helper when its system calls fail.
+// The helper whose system calls fail.
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

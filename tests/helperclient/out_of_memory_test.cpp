@@ -1,4 +1,4 @@
-// What becomes of a request when memory runs out, allocation by allocation.
+// Requests when memory runs out, allocation by allocation.
 
 #include <gtest/gtest.h>
 

@@ -50,7 +50,7 @@ std::optional<int> FailingCall::result(std::string_view name) {
 
 }  // namespace blindfold
 
-// What the linker puts in the place of each function, and the function itself. The library's
+// The function that the linker puts in the place of each, and the function itself. The library's
 // checked forms (_FORTIFY_SOURCE) take the size of the buffer as well.
 // NOLINTBEGIN(readability-identifier-naming,bugprone-reserved-identifier): the linker's names
 #define BLINDFOLD_FAILING(type, name, parameters, arguments)   \

@@ -21,8 +21,8 @@ class FailingCall {
   /// How many calls have failed so far.
   int failures() const;
 
-  /// What a call of `name` that is being made is to return, with errno; `std::nullopt` when it is
-  /// to be made.
+  /// The value that a call of `name` returns instead of being made, with errno set; `std::nullopt`
+  /// when it is to be made.
   static std::optional<int> result(std::string_view name);
 
  private:

@@ -278,7 +278,7 @@ class RunningProgram::Child {
     }
     reaped_ = true;
     result_.wallSeconds = std::chrono::duration<double>(Clock::now() - start_).count();
-    // What it wrote last may have come after the last look; a grandchild may still hold the streams
+    // Its last output may have come after the last look; a grandchild may still hold the streams
     // open, so their end is not waited for.
     drain(standardOutput_, result_.standardOutput);
     drain(standardError_, result_.standardError);
@@ -366,7 +366,7 @@ ProgramResult runInChild(const std::function<void()>& function,
                          std::chrono::milliseconds deadline) {
   Pipe output;
   Pipe error;
-  // What is buffered here would be written a second time by the copy.
+  // The copy would write buffered output a second time.
   std::cout.flush();
   std::fflush(nullptr);
   const auto start = Clock::now();

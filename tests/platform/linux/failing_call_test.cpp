@@ -1,4 +1,4 @@
-// What becomes of a program whose system calls fail.
+// Programs whose system calls fail.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -154,7 +154,7 @@ TEST(EventLoopFailureTest, AnInterruptedWakeIsTriedAgain) {
 
 // A connection.
 
-/// What the handlers of a request hear whose system call fails once.
+/// Everything that the handlers of a request hear when one of its system calls fails once.
 std::vector<std::string> heardWhileFailing(std::string_view call, int error) {
   const TestHelper helper([](int connection) {
     try {

@@ -4,8 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sched.h>
-#include <sys/fsuid.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -15,7 +13,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <future>
 #include <memory>
 #include <string>
@@ -37,17 +34,8 @@ using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const HelperMessage anyMessage{HelperMethod::currentState, NoArgument{}};
-
 std::string errorWith(FrameFault fault) {
   return "error "s + platformError(fault).what();
-}
-
-/// Waits until the other side has closed the connection.
-void awaitEnd(int connection) {
-  char byte = 0;
-  while (read(connection, &byte, 1) > 0) {
-  }
 }
 
 TEST(LinuxHelperConnectionTest, AReplyReachesTheReplyHandler) {
@@ -432,194 +420,6 @@ TEST(LinuxHelperConnectionDeathTest, ASecondMessageStopsADebugBuild) {
   EXPECT_DEBUG_DEATH(request.send(anyMessage), "one message");
 }
 
-TEST(LinuxHelperConnectionTest, InvalidatingClosesTheConnectionAtOnce) {
-  const BoundService service(uniqueServiceName());
-  service.listen(1);
-  TestRequest request(service.name());
-  const int before = openDescriptorCount();
-  request.start();
-  EXPECT_EQ(openDescriptorCount(), before + 1);
-  request.invalidate();
-  EXPECT_EQ(openDescriptorCount(), before);
-}
-
-TEST(LinuxHelperConnectionTest, InvalidatingIsHeardOnceAndNothingElseIs) {
-  const TestHelper helper(answering({FrameKind::reply, "late"}));
-  TestRequest request(helper.name());
-  request.start();
-  request.invalidate();
-  request.invalidate();
-  EXPECT_THAT(request.heardWithin(milliseconds(30)), ElementsAre("invalidated"));
-}
-
-TEST(LinuxHelperConnectionTest, AReplyThatHasArrivedIsDroppedByInvalidating) {
-  const TestHelper helper(answering({FrameKind::reply, "late"}));
-  TestRequest request(helper.name());
-  request.start();
-  std::this_thread::sleep_for(milliseconds(50));
-  request.invalidate();
-  EXPECT_THAT(request.heardWithin(milliseconds(20)), ElementsAre("invalidated"));
-}
-
-TEST(LinuxHelperConnectionTest, AConnectionThatIsInvalidatedFirstIsNeverMade) {
-  const BoundService service(uniqueServiceName());
-  service.listen(1);
-  TestRequest request(service.name());
-  const int before = openDescriptorCount();
-  request.invalidate();
-  request.resume();
-  EXPECT_EQ(openDescriptorCount(), before);
-  EXPECT_THAT(request.heardWithin(milliseconds(10)), ElementsAre("invalidated"));
-}
-
-TEST(LinuxHelperConnectionTest, AFailedConnectionIsInvalidatedOnlyOnce) {
-  TestRequest request(uniqueServiceName());
-  request.start();
-  request.invalidate();
-  EXPECT_THAT(request.heardWithin(milliseconds(10)), ElementsAre("invalidated"));
-}
-
-/// The captures of every handler of one connection, and whether all are destroyed.
-struct HandlerProbe {
-  std::shared_ptr<int> captured = std::make_shared<int>();
-  std::weak_ptr<int> watcher = captured;
-
-  void install(HelperConnection& connection) {
-    connection.setInvalidationHandler([kept = captured] {});
-    connection.setInterruptionHandler([kept = captured] {});
-    connection.resume();
-    const auto proxy = connection.remoteObjectProxy([kept = captured](const PlatformError&) {});
-    proxy->send(anyMessage, [kept = captured](const Bytes&) {});
-    captured.reset();
-  }
-};
-
-TEST(LinuxHelperConnectionTest, HandlersAreLetGoOfOnceTheConnectionIsInvalid) {
-  const TestHelper helper(awaitEnd);
-  EventLoop loop;
-  LinuxHelperConnectionProvider provider(loop);
-  const auto connection = provider.makePrivilegedConnection(helper.name());
-  HandlerProbe probe;
-  probe.install(*connection);
-  connection->invalidate();
-  EXPECT_FALSE(probe.watcher.expired());
-  loop.runRound();
-  EXPECT_TRUE(probe.watcher.expired());
-}
-
-TEST(LinuxHelperConnectionTest, HandlersAreLetGoOfOnceTheConnectionHasFailed) {
-  EventLoop loop;
-  LinuxHelperConnectionProvider provider(loop);
-  const auto connection = provider.makePrivilegedConnection(uniqueServiceName());
-  HandlerProbe probe;
-  probe.install(*connection);
-  loop.runRound();
-  EXPECT_TRUE(probe.watcher.expired());
-}
-
-TEST(LinuxHelperConnectionTest, AHandlerThatComesTooLateIsLetGoOfAtOnce) {
-  EventLoop loop;
-  LinuxHelperConnectionProvider provider(loop);
-  const auto connection = provider.makePrivilegedConnection(uniqueServiceName());
-  connection->resume();
-  const auto proxy = connection->remoteObjectProxy([](const PlatformError&) {});
-  loop.runRound();
-  auto captured = std::make_shared<int>();
-  const std::weak_ptr<int> watcher = captured;
-  proxy->send(anyMessage, [kept = std::move(captured)](const Bytes&) {});
-  EXPECT_TRUE(watcher.expired());
-}
-
-TEST(LinuxHelperConnectionTest, DestroyingAConnectionLetsGoOfItsHandlersWithoutCallingThem) {
-  const TestHelper helper(awaitEnd);
-  TestRequest request(helper.name());
-  const int before = openDescriptorCount();
-  HandlerProbe probe;
-  probe.install(*request.connection());
-  request.connection().reset();
-  EXPECT_TRUE(probe.watcher.expired());
-  EXPECT_LE(openDescriptorCount(), before + 1);  // the helper's end may not be closed yet
-  EXPECT_THAT(request.heardWithin(milliseconds(20)), IsEmpty());
-}
-
-TEST(LinuxHelperConnectionTest, AnInvalidConnectionMayBeDestroyedBeforeItsHandlerHasRun) {
-  TestRequest request(uniqueServiceName());
-  request.start();
-  request.invalidate();
-  request.connection().reset();
-  EXPECT_THAT(request.heardWithin(milliseconds(10)), IsEmpty());
-}
-
-TEST(LinuxHelperConnectionTest, AProxyKeepsItsConnection) {
-  const TestHelper helper(answering({FrameKind::reply, "kept"}));
-  EventLoop loop;
-  LinuxHelperConnectionProvider provider(loop);
-  auto connection = provider.makePrivilegedConnection(helper.name());
-  connection->resume();
-  const auto proxy = connection->remoteObjectProxy([](const PlatformError&) {});
-  connection.reset();
-  std::string reply;
-  proxy->send(anyMessage, [&](Bytes bytes) { reply = std::move(bytes); });
-  while (reply.empty()) loop.runRound();
-  EXPECT_EQ(reply, "kept");
-}
-
-TEST(LinuxHelperConnectionTest, AHandlerMayInvalidateAndDestroyItsConnection) {
-  for (const Frame& answer : {Frame{FrameKind::reply, "a"}, Frame{FrameKind::error, "a"}}) {
-    const TestHelper helper(answering(answer));
-    EventLoop loop;
-    LinuxHelperConnectionProvider provider(loop);
-    auto connection = provider.makePrivilegedConnection(helper.name());
-    connection->resume();
-    bool isOver = false;
-    const auto end = [&] {
-      connection->invalidate();
-      connection.reset();
-      isOver = true;
-    };
-    connection->remoteObjectProxy([&](const PlatformError&) { end(); })
-        ->send(anyMessage, [&](const Bytes&) { end(); });
-    while (!isOver) loop.runRound();
-    EXPECT_EQ(connection, nullptr);
-  }
-}
-
-TEST(LinuxHelperConnectionTest, AHandlerMayDestroyItsConnectionWhileTheMessageHasRoomToGoOn) {
-  std::promise<void> isSent;
-  std::promise<void> isAnsweredAndTaken;
-  const TestHelper helper([&](int connection) {
-    isSent.get_future().wait();
-    sendBytes(connection, encodeFrame({FrameKind::reply, "too much"}));
-    Bytes part(1U << 20U, '\0');
-    while (recv(connection, part.data(), part.size(), MSG_DONTWAIT) > 0) {
-    }
-    isAnsweredAndTaken.set_value();
-    awaitEnd(connection);
-  });
-  EventLoop loop;
-  LinuxHelperConnectionProvider provider(loop);
-  auto connection = provider.makePrivilegedConnection(helper.name());
-  connection->resume();
-  connection->remoteObjectProxy([](const PlatformError&) {})
-      ->send({HelperMethod::hold, DataArgument{Bytes(8U << 20U, 'x')}},
-             [&](const Bytes&) { connection.reset(); });
-  isSent.set_value();
-  isAnsweredAndTaken.get_future().wait();
-  loop.runRound();
-  EXPECT_EQ(connection, nullptr);
-}
-
-TEST(LinuxHelperConnectionTest, AnInterruptionHandlerMayDestroyItsConnection) {
-  const TestHelper helper([](int) {});
-  EventLoop loop;
-  LinuxHelperConnectionProvider provider(loop);
-  auto connection = provider.makePrivilegedConnection(helper.name());
-  connection->setInterruptionHandler([&] { connection.reset(); });
-  connection->resume();
-  while (connection) loop.runRound();
-  EXPECT_EQ(connection, nullptr);
-}
-
 TEST(LinuxHelperConnectionTest, ManyConnectionsAreServedAtOnce) {
   const TestHelper helper(answering({FrameKind::reply, "done"}));
   EventLoop loop;
@@ -681,112 +481,6 @@ int requestWithoutStandardStreams() {
 TEST(LinuxHelperConnectionTest, ASocketNeverTakesThePlaceOfAClosedStandardStream) {
   const auto result = runInChild([] { std::_Exit(requestWithoutStandardStreams()); });
   EXPECT_EQ(result.exitStatus, 0);
-}
-
-/// Makes this process act as another user while it lives. Its real user stays root, and so does the
-/// one that opens files: the system domain may be root's alone.
-class ActingAs {
- public:
-  explicit ActingAs(uid_t user) {
-    EXPECT_EQ(seteuid(user), 0);
-    setfsuid(0);
-  }
-  ActingAs(const ActingAs&) = delete;
-  ActingAs& operator=(const ActingAs&) = delete;
-  ~ActingAs() { EXPECT_EQ(seteuid(0), 0); }
-};
-
-/// The outcome for a helper that accepts the connection and never answers, by the users of both.
-std::vector<std::string> heardOfHelper(uid_t caller, uid_t helper) {
-  const BoundService service(uniqueServiceName());
-  {
-    const ActingAs user(helper);
-    service.listen(1);
-  }
-  const ActingAs user(caller);
-  TestRequest request(service.name());
-  request.start();
-  service.accept().reset();
-  return request.outcome();
-}
-
-/// The exit status of a child process that may not enter a user namespace.
-constexpr int cannotUnshare = 77;
-
-constexpr uid_t someone = 1234;
-constexpr uid_t someoneElse = 4321;
-
-TEST(LinuxHelperConnectionTest, AHelperOfRootOrOfTheCallerIsTrusted) {
-  if (geteuid() != 0) GTEST_SKIP() << "only root can act as other users";
-  EXPECT_THAT(heardOfHelper(0, 0), ElementsAre("interrupted"));
-  EXPECT_THAT(heardOfHelper(someone, 0), ElementsAre("interrupted"));
-  EXPECT_THAT(heardOfHelper(someone, someone), ElementsAre("interrupted"));
-}
-
-TEST(LinuxHelperConnectionTest, AHelperOfAnybodyElseInvalidates) {
-  if (geteuid() != 0) GTEST_SKIP() << "only root can act as other users";
-  EXPECT_THAT(heardOfHelper(0, someone), ElementsAre("invalidated"));
-  EXPECT_THAT(heardOfHelper(someone, someoneElse), ElementsAre("invalidated"));
-}
-
-/// The exit status of a child process that moves into a user namespace where `map` ("ID PARENT
-/// COUNT" for each range of users) is in force, and calls `body` there.
-int inUserNamespace(const std::string& map, const std::function<int()>& body) {
-  const auto result = runInChild([&] {
-    if (unshare(CLONE_NEWUSER) != 0) std::_Exit(cannotUnshare);
-    if (!map.empty()) std::ofstream("/proc/self/uid_map") << map << std::flush;
-    std::_Exit(body());
-  });
-  return result.exitStatus.value_or(-1);
-}
-
-/// 0 when `helper` is trusted, 1 when it is not.
-int distrustOf(const BoundService& helper) {
-  TestRequest request(helper.name());
-  request.start();
-  return request.heardWithin(milliseconds(50)) == std::vector<std::string>{"invalidated"} ? 1 : 0;
-}
-
-TEST(LinuxHelperConnectionTest, AHelperOfAUserWithoutAnIdIsNotTrusted) {
-  const BoundService service(uniqueServiceName());
-  service.listen(1);
-  const int status = inUserNamespace("", [&] {
-    if (geteuid() != 65534) return 2;
-    return distrustOf(service);
-  });
-  if (status == cannotUnshare) GTEST_SKIP() << "this user may make no user namespace";
-  EXPECT_EQ(status, 1);
-}
-
-TEST(LinuxHelperConnectionTest, AHelperOfTheUserIsTrustedInAUserNamespaceThatHasAnIdForIt) {
-  const BoundService service(uniqueServiceName());
-  service.listen(1);
-  const std::string map = "1000 " + std::to_string(geteuid()) + " 1";
-  const int status = inUserNamespace(map, [&] {
-    if (geteuid() != 1000) return 2;
-    return distrustOf(service);
-  });
-  if (status == cannotUnshare) GTEST_SKIP() << "this user may make no user namespace";
-  EXPECT_EQ(status, 0);
-}
-
-TEST(LinuxHelperConnectionTest, AHelperOfTheUserNobodyIsNobodysWhereEveryUserHasAnId) {
-  if (geteuid() != 0) GTEST_SKIP() << "only root can act as other users";
-  EXPECT_THAT(heardOfHelper(65534, 65534), ElementsAre("interrupted"));
-}
-
-TEST(LinuxHelperConnectionTest, AHelperOfAnybodyElseIsToldNothing) {
-  if (geteuid() != 0) GTEST_SKIP() << "only root can act as other users";
-  const BoundService service(uniqueServiceName());
-  {
-    const ActingAs user(someone);
-    service.listen(1);
-  }
-  TestRequest request(service.name());
-  request.start();
-  const FileDescriptor connection = service.accept();
-  char byte = 0;
-  EXPECT_EQ(read(connection.get(), &byte, 1), 0);
 }
 }  // namespace
 }  // namespace blindfold

@@ -87,6 +87,12 @@ std::function<void(int)> answering(const Frame& frame) {
   return answeringBytes(encodeFrame(frame));
 }
 
+void awaitEnd(int connection) {
+  char byte = 0;
+  while (read(connection, &byte, 1) > 0) {
+  }
+}
+
 int openDescriptorCount() {
   int count = 0;
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {

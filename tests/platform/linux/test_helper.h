@@ -62,6 +62,9 @@ void sendBytes(int connection, std::string_view bytes);
 std::function<void(int)> answering(const Frame& frame);
 std::function<void(int)> answeringBytes(Bytes bytes);
 
+/// Waits until the other side has closed the connection.
+void awaitEnd(int connection);
+
 /// How many descriptors this process has open.
 int openDescriptorCount();
 

@@ -12,6 +12,9 @@
 
 namespace blindfold {
 
+/// A message for tests to which it does not matter.
+inline const HelperMessage anyMessage{HelperMethod::currentState, NoArgument{}};
+
 /// One connection on a loop of its own, and what its handlers heard, in order: "reply PAYLOAD",
 /// "error TEXT", "invalidated", "interrupted". A handler that is called inside a call of the
 /// interface is heard as "inside a call" first.
@@ -21,7 +24,7 @@ class TestRequest {
   explicit TestRequest(const std::string& serviceName);
 
   /// Starts the connection and sends the message.
-  void start(HelperMessage message = {HelperMethod::currentState, NoArgument{}});
+  void start(HelperMessage message = anyMessage);
 
   /// The steps of `start`.
   void resume();
