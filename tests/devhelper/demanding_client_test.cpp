@@ -22,14 +22,6 @@ namespace blindfold {
 namespace {
 using namespace std::chrono_literals;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
-
 const HelperMessage status{HelperMethod::currentState, NoArgument{}};
 
 class DemandingClientTest : public testing::Test {

@@ -7,6 +7,16 @@
 
 namespace blindfold {
 
+/// Whether the tests and the helper are built with a sanitizer, whose own checks take memory and
+/// descriptors: it ends a program that may have none.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool isSanitized = false;
+#endif
+
 /// A name that no other test's service has, now or in another process. What a helper of that name
 /// leaves in the system domain goes away with it.
 class TestServiceName {

@@ -107,6 +107,7 @@ TEST_F(TerminationTest, ASignalEndsItWhileAFIFOTakesNoMore) {
 }
 
 TEST_F(TerminationTest, ASignalEndsItWhilePollFails) {
+  if (isSanitized) GTEST_SKIP() << "A sanitizer ends a program without descriptors.";
   RunningHelper helper(service_.text());
   const rlimit none{.rlim_cur = 0, .rlim_max = 0};
   ASSERT_EQ(prlimit(helper.program().pid(), RLIMIT_NOFILE, &none, nullptr), 0);
@@ -116,6 +117,7 @@ TEST_F(TerminationTest, ASignalEndsItWhilePollFails) {
 }
 
 TEST_F(TerminationTest, WhilePollFailsItRestsAndThenItServesAgain) {
+  if (isSanitized) GTEST_SKIP() << "A sanitizer ends a program without descriptors.";
   RunningHelper helper(service_.text());
   const pid_t pid = helper.program().pid();
   rlimit before{};
