@@ -1,5 +1,6 @@
 /* Runs several commands in turn, round after round, so that whatever else the machine does meets
-   all of them alike. Their standard output is dropped.
+   all of them alike. The order is drawn anew in each round, because a run starts with what the one
+   before it has left in the caches. Their standard output is dropped.
 
    interleave ROUNDS -- COMMAND... [-- COMMAND...]...
 
@@ -23,6 +24,16 @@ static long long now(void) {
   return time.tv_sec * 1000000000LL + time.tv_nsec;
 }
 
+/* Puts the numbers below `count` into an order by chance, the same in each run of this program. */
+static void shuffle(int numbers[], int count) {
+  for (int i = 0; i < count; ++i) {
+    const int other = rand() % (i + 1);
+    numbers[i] = i;
+    numbers[i] = numbers[other];
+    numbers[other] = i;
+  }
+}
+
 int main(int argumentCount, char* arguments[]) {
   char** commands[maximumCommands];
   int commandCount = 0;
@@ -41,8 +52,10 @@ int main(int argumentCount, char* arguments[]) {
 
   const long rounds = strtol(arguments[1], NULL, 10);
   for (long round = 0; round < rounds; ++round) {
+    int order[maximumCommands];
+    shuffle(order, commandCount);
     for (int turn = 0; turn < commandCount; ++turn) {
-      const int command = (int)((turn + round) % commandCount);
+      const int command = order[turn];
       pid_t process;
       int status;
       struct rusage usage;
