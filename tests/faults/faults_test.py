@@ -104,6 +104,9 @@ WAITED_FOR = {("write", "EAGAIN"), ("write", "EINTR"), ("writev", "EAGAIN"), ("w
 
 SLACK = 1.0  # seconds beyond its time limit that a run may take
 
+# Several to a processor: most of the time they wait for a time limit.
+CASES_AT_ONCE = 4 * (os.cpu_count() or 1)
+
 DETECTION = (
     b'{"cameras":[{"id":"C","isConnected":true,"isExperimental":false,'
     b'"isInUseByAnotherApplication":false,"isSuspended":false,"kind":"builtIn","localizedName":"",'
@@ -447,7 +450,7 @@ def main():
             total = len(cases)
             if options.sample is not None and options.sample < total:
                 cases = random.Random(options.seed).sample(cases, options.sample)
-            failures = list(failures_of(subject, cases, os.cpu_count() or 1))
+            failures = list(failures_of(subject, cases, CASES_AT_ONCE))
         except Failure as failure:
             failures, cases, total = [str(failure)], [], 0
         finally:
