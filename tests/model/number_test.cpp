@@ -121,6 +121,12 @@ TEST(ParseDoubleTest, TakesEveryFormOfANumber) {
   EXPECT_EQ(parseDouble("0.001"), 0.001);
 }
 
+TEST(ParseDoubleTest, ZeroIsZeroHoweverItIsSpelled) {
+  EXPECT_EQ(parseDouble("0"), 0.0);
+  EXPECT_EQ(parseDouble("-0"), 0.0);
+  EXPECT_EQ(parseDouble("-0.0e7"), 0.0);
+}
+
 TEST(ParseDoubleTest, ZeroKeepsItsSign) {
   EXPECT_FALSE(std::signbit(parseDouble("0").value()));
   EXPECT_TRUE(std::signbit(parseDouble("-0.0e7").value()));
