@@ -1,37 +1,27 @@
 #include "blindfold/platform/linux/event_loop.h"
 
-#include <poll.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/eventfd.h>
-#include <sys/single_threaded.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cassert>
-#include <cerrno>
 #include <climits>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <list>
 #include <map>
 #include <mutex>
 #include <thread>
 #include <utility>
-#include <vector>
 
-#include "blindfold/platform/posix/file_descriptor.h"
+#include "blindfold/platform/linux/watched_descriptors.h"
 
 namespace blindfold {
 namespace {
 /// On Linux CLOCK_MONOTONIC.
 using Clock = std::chrono::steady_clock;
 using Work = std::function<void()>;
-using Handler = std::function<void(short)>;
-
-/// The time between two calls of poll that fail.
-constexpr std::chrono::milliseconds pollFailurePause{10};
+using Handler = WatchedDescriptors::Handler;
 
 /// The timeout of poll that ends no earlier than `deadline`, in milliseconds.
 int millisecondsUntil(Clock::time_point deadline) {
@@ -96,47 +86,30 @@ class EventLoop::State : public std::enable_shared_from_this<EventLoop::State> {
   /// By deadline; items of one deadline in the order of scheduling.
   using Timetable = std::multimap<Clock::time_point, std::shared_ptr<TimedItem>>;
 
-  struct Watch {
-    std::uint64_t serial = 0;  ///< Tells this watch from a later one of the same descriptor.
-    short events = 0;
-    std::shared_ptr<const Handler> handler;  ///< Shared with the call that is under way.
-  };
-
-  /// The descriptors of one wait.
-  struct Polled {
-    std::vector<pollfd> descriptors;
-    std::vector<std::uint64_t> serials;  ///< Of the watches behind `descriptors`.
-  };
-
   bool dropFirst();
   /// Whether the calling thread is the server. With the lock held.
   bool serves() const { return server_ == std::this_thread::get_id(); }
   void startThread();
   void serveThread();
   void serveRound(Lock& lock);
-  void wakeServer();
   int pollTimeout() const;
   void waitForDescriptors(Lock& lock);
-  void callHandler(Lock& lock, const pollfd& ready, std::uint64_t serial);
   void runDueWork(Lock& lock);
 
   const bool startsThread_;
   mutable std::mutex lock_;
   std::thread::id server_;      // none until somebody serves
   std::thread::id mainThread_;  // the one that runs posted work; none until there is one
-  bool isWaiting_ = false;      // the server is in poll
   bool isEnding_ = false;
-  int ownThreads_ = 0;               // that have not ended
-  std::condition_variable ending_;   // of own threads
-  FileDescriptor wakeDescriptor_;    // an eventfd, from when there is more than one thread
-  std::condition_variable posting_;  // for a main thread that does not serve
+  int ownThreads_ = 0;                   // that have not ended
+  std::condition_variable ending_;       // of own threads
+  std::condition_variable handingOver_;  // for a new server, while the former one waits
+  std::condition_variable posting_;      // for a main thread that does not serve
 
   std::list<Work> posted_;
   std::list<Work> performed_;
   Timetable timetable_;
-  std::map<int, Watch> watches_;
-  std::uint64_t nextSerial_ = 0;
-  Polled polled_;  // of the server
+  WatchedDescriptors descriptors_;
 };
 
 /// An item is in the timetable until it is cancelled or its work is taken to be run.
@@ -179,7 +152,7 @@ void EventLoop::State::end() {
   {
     Lock guard(lock_);
     isEnding_ = true;
-    wakeServer();
+    descriptors_.wake();
     ending_.wait(guard, [&] { return ownThreads_ == 0; });
   }
   // Work that is dropped may call the loop once more as it is destroyed.
@@ -192,7 +165,7 @@ void EventLoop::State::end() {
 bool EventLoop::State::dropFirst() {
   Work work;
   std::shared_ptr<TimedItem> item;
-  decltype(watches_)::node_type watch;
+  WatchedDescriptors::Node watch;
   const Lock guard(lock_);
   if (!posted_.empty()) {
     work = takeFirst(posted_);
@@ -203,8 +176,8 @@ bool EventLoop::State::dropFirst() {
     timetable_.erase(timetable_.begin());
     work = item->leave();
   } else {
-    if (watches_.empty()) return false;
-    watch = watches_.extract(watches_.begin());
+    if (descriptors_.isEmpty()) return false;
+    watch = descriptors_.unwatchFirst();
   }
   return true;
 }
@@ -213,7 +186,7 @@ void EventLoop::State::post(Work work) {
   const Lock guard(lock_);
   posted_.push_back(std::move(work));
   if (server_ == mainThread_) {
-    wakeServer();
+    descriptors_.wake();
   } else {
     posting_.notify_one();
   }
@@ -228,7 +201,7 @@ void EventLoop::State::performInNextRound(Work work) {
   const Lock guard(lock_);
   performed_.push_back(std::move(work));
   if (server_ == std::thread::id()) startThread();
-  wakeServer();
+  descriptors_.wake();
 }
 
 std::shared_ptr<WorkItem> EventLoop::State::schedule(std::chrono::nanoseconds delay, Work work) {
@@ -238,23 +211,23 @@ std::shared_ptr<WorkItem> EventLoop::State::schedule(std::chrono::nanoseconds de
   item->enter(timetable_.emplace(Clock::now() + bounded, item));
   if (!serves()) {
     if (server_ == std::thread::id()) startThread();
-    wakeServer();
+    descriptors_.wake();
   }
   return item;
 }
 
 void EventLoop::State::watch(int descriptor, short events, Handler handler) {
   auto shared = std::make_shared<const Handler>(std::move(handler));
-  Watch replaced;
+  WatchedDescriptors::Watch replaced;
   const Lock guard(lock_);
   assert(serves());
-  replaced = std::exchange(watches_[descriptor], {nextSerial_++, events, std::move(shared)});
+  replaced = descriptors_.watch(descriptor, events, std::move(shared));
 }
 
 void EventLoop::State::unwatch(int descriptor) {
-  decltype(watches_)::node_type dropped;
+  WatchedDescriptors::Node dropped;
   const Lock guard(lock_);
-  dropped = watches_.extract(descriptor);
+  dropped = descriptors_.unwatch(descriptor);
 }
 
 void EventLoop::State::serveElsewhere(bool callerBlocks) {
@@ -263,8 +236,8 @@ void EventLoop::State::serveElsewhere(bool callerBlocks) {
   if (!isServed || (callerBlocks && serves())) startThread();
 }
 
-/// Makes a new thread of the loop's own the server. The former server, if there is one, finishes
-/// its round. With the lock held.
+/// Makes a new thread of the loop's own the server. The former server, if there is one, ends its
+/// wait or finishes its round. With the lock held.
 void EventLoop::State::startThread() {
   assert(startsThread_);
   const AllSignalsBlocked signalsAreForThePrograms;
@@ -272,11 +245,12 @@ void EventLoop::State::startThread() {
   server_ = thread.get_id();
   ++ownThreads_;
   thread.detach();
-  wakeServer();
+  descriptors_.wake();
 }
 
 void EventLoop::State::serveThread() {
   Lock lock(lock_);
+  handingOver_.wait(lock, [&] { return !descriptors_.isWaiting(); });
   while (!isEnding_ && serves()) serveRound(lock);
   --ownThreads_;
   ending_.notify_all();
@@ -310,54 +284,17 @@ void EventLoop::State::serveRound(Lock& lock) {
   runDueWork(lock);
 }
 
-/// Ends the server's wait. With the lock held. Without a wake descriptor the server entered its
-/// wait as the process's only thread, so that no other thread can call this before the wait ends.
-void EventLoop::State::wakeServer() {
-  if (!isWaiting_ || !wakeDescriptor_) return;
-  isWaiting_ = false;
-  const std::uint64_t one = 1;
-  while (write(wakeDescriptor_.get(), &one, sizeof one) < 0 && errno == EINTR) {
-  }
-}
-
 /// Waits for the descriptors, and no longer than until other work is to be done, then calls the
 /// handlers of those that are ready.
 void EventLoop::State::waitForDescriptors(Lock& lock) {
   const int timeout = pollTimeout();
-  if (__libc_single_threaded == 0 && !wakeDescriptor_) {
-    wakeDescriptor_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (descriptors_.isEmpty() && timeout == 0) return;
+  auto polled = descriptors_.wait(lock, timeout);
+  if (!serves()) handingOver_.notify_one();
+  for (std::size_t i = 0; i < polled.serials.size() && serves(); ++i) {
+    descriptors_.callHandler(lock, polled, i);
   }
-  if (watches_.empty() && timeout == 0) return;
-
-  Polled polled = std::exchange(polled_, {});
-  polled.descriptors.clear();
-  polled.serials.clear();
-  for (const auto& [descriptor, watch] : watches_) {
-    polled.descriptors.push_back({descriptor, watch.events, 0});
-    polled.serials.push_back(watch.serial);
-  }
-  const std::size_t watched = polled.serials.size();
-  if (wakeDescriptor_) polled.descriptors.push_back({wakeDescriptor_.get(), POLLIN, 0});
-  isWaiting_ = true;
-  lock.unlock();
-  const int count = poll(polled.descriptors.data(), polled.descriptors.size(), timeout);
-  // It fails at once, again and again, for want of memory or of the right to so many descriptors.
-  if (count < 0 && errno != EINTR) std::this_thread::sleep_for(pollFailurePause);
-  lock.lock();
-  isWaiting_ = false;
-  // After a failure, and a signal is one, nothing is known to be ready.
-  if (count > 0) {
-    if (polled.descriptors.back().revents != 0 && polled.descriptors.size() > watched) {
-      std::uint64_t wakes = 0;
-      (void)!read(wakeDescriptor_.get(), &wakes, sizeof wakes);
-    }
-    for (std::size_t i = 0; i < watched && serves(); ++i) {
-      if (polled.descriptors[i].revents != 0) {
-        callHandler(lock, polled.descriptors[i], polled.serials[i]);
-      }
-    }
-  }
-  polled_ = std::move(polled);
+  descriptors_.recycle(std::move(polled));
 }
 
 int EventLoop::State::pollTimeout() const {
@@ -365,17 +302,6 @@ int EventLoop::State::pollTimeout() const {
   if (hasPosted || !performed_.empty()) return 0;
   if (timetable_.empty()) return -1;
   return millisecondsUntil(timetable_.begin()->first);
-}
-
-/// An earlier handler of the round may have ended or replaced the watch.
-void EventLoop::State::callHandler(Lock& lock, const pollfd& ready, std::uint64_t serial) {
-  const auto watch = watches_.find(ready.fd);
-  if (watch == watches_.end() || watch->second.serial != serial) return;
-  auto handler = watch->second.handler;
-  lock.unlock();
-  (*handler)(ready.revents);
-  handler = nullptr;
-  lock.lock();
 }
 
 void EventLoop::State::runDueWork(Lock& lock) {

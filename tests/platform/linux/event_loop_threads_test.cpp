@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/eventfd.h>
 
 #include <atomic>
@@ -120,6 +121,30 @@ TEST(EventLoopThreadsTest, PostedWorkStartsNoThread) {
   EXPECT_FALSE(ran);
 }
 
+/// Keeps the calling thread, and those that it starts meanwhile, on one processor.
+class OneProcessor {
+ public:
+  OneProcessor() {
+    EXPECT_EQ(sched_getaffinity(0, sizeof before_, &before_), 0);
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(sched_getcpu(), &one);
+    EXPECT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+  }
+  OneProcessor(const OneProcessor&) = delete;
+  OneProcessor& operator=(const OneProcessor&) = delete;
+  ~OneProcessor() { EXPECT_EQ(sched_setaffinity(0, sizeof before_, &before_), 0); }
+
+ private:
+  cpu_set_t before_{};
+};
+
+/// Lets the calling thread run only while no other thread on its processor does.
+void runOnlyWhenNoOtherThreadDoes() {
+  const sched_param priority{};
+  EXPECT_EQ(sched_setscheduler(0, SCHED_IDLE, &priority), 0);
+}
+
 /// A loop whose main thread is one that never ends.
 class ServedLoop {
  public:
@@ -165,6 +190,15 @@ TEST(EventLoopThreadsTest, AMainThreadThatBlocksLeavesTheServiceToAnother) {
     EXPECT_TRUE(isReady(performed.get_future()));
   }));
   // Posted work still runs on the main thread.
+  EXPECT_TRUE(loop.run([] {}));
+}
+
+TEST(EventLoopThreadsTest, ASleepingMainThreadLeavesTheServiceHoweverLateItWakes) {
+  const OneProcessor oneProcessor;
+  const ServedLoop loop;
+  EXPECT_TRUE(loop.run(runOnlyWhenNoOtherThreadDoes));
+  std::this_thread::sleep_for(untilAsleep);
+  loop->serveElsewhere(/*callerBlocks=*/false);
   EXPECT_TRUE(loop.run([] {}));
 }
 
