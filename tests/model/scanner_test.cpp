@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -162,6 +163,10 @@ TEST(ScannerTest, AMillionBracketsAreAnErrorAndNoCrash) {
 struct MessageCase {
   std::string_view text;
   std::string_view message;
+
+  friend std::ostream& operator<<(std::ostream& stream, const MessageCase& each) {
+    return stream << each.message;
+  }
 };
 
 class ScannerMessageTest : public testing::TestWithParam<MessageCase> {};

@@ -1,6 +1,5 @@
 #include "blindfold/platform/linux/event_loop.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -8,17 +7,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
 #include <memory>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "blindfold/platform/posix/file_descriptor.h"
+#include "tests/platform/linux/event_loop_test.h"
 #include "tests/platform/linux/signal_storm.h"
 
 namespace blindfold {
@@ -28,35 +26,6 @@ using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 using testing::ElementsAre;
-
-struct Pipe {
-  FileDescriptor reader;
-  FileDescriptor writer;
-
-  void fill() const { ASSERT_EQ(write(writer.get(), "x", 1), 1); }
-};
-
-Pipe makePipe() {
-  std::array<int, 2> ends{};
-  EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-}
-
-void runRounds(EventLoop& loop, int count) {
-  for (; count > 0; --count) loop.runRound();
-}
-
-/// A loop that never waits long: whoever tests what does not happen needs rounds that end.
-struct ImpatientLoop {
-  EventLoop loop;
-  std::shared_ptr<WorkItem> tick;
-
-  void runRound() {
-    tick = loop.schedule(milliseconds(1), [] {});
-    loop.runRound();
-    tick->cancel();
-  }
-};
 
 TEST(EventLoopTest, PostedWorkRunsInTheOrderOfPosting) {
   EventLoop loop;
@@ -262,121 +231,6 @@ TEST(EventLoopTest, TimedWorkRunsUnderAFloodOfPosts) {
   const auto start = Clock::now();
   while (!ran && Clock::now() - start < std::chrono::seconds(5)) loop.runRound();
   EXPECT_TRUE(ran);
-}
-
-TEST(EventLoopTest, ADescriptorIsServedUnderAFloodOfPosts) {
-  EventLoop loop;
-  const Pipe pipe = makePipe();
-  pipe.fill();
-  bool served = false;
-  std::function<void()> flood = [&] { loop.post(flood); };
-  loop.post(flood);
-  loop.watch(pipe.reader.get(), POLLIN, [&](short) { served = true; });
-  runRounds(loop, 2);
-  EXPECT_TRUE(served);
-}
-
-TEST(EventLoopTest, AHandlerIsToldWhatItsDescriptorIsReadyFor) {
-  EventLoop loop;
-  const Pipe pipe = makePipe();
-  pipe.fill();
-  short told = 0;
-  loop.watch(pipe.reader.get(), POLLIN, [&](short revents) { told = revents; });
-  loop.runRound();
-  EXPECT_EQ(told, POLLIN);
-}
-
-TEST(EventLoopTest, AHandlerIsToldThatTheOtherEndHasGone) {
-  EventLoop loop;
-  Pipe pipe = makePipe();
-  short told = 0;
-  loop.watch(pipe.reader.get(), POLLIN, [&](short revents) { told = revents; });
-  pipe.writer.reset();
-  loop.runRound();
-  EXPECT_EQ(told, POLLHUP);
-}
-
-TEST(EventLoopTest, AHandlerIsCalledAgainWhileItsDescriptorStaysReady) {
-  EventLoop loop;
-  const Pipe pipe = makePipe();
-  pipe.fill();
-  int calls = 0;
-  loop.watch(pipe.reader.get(), POLLIN, [&](short) { ++calls; });
-  runRounds(loop, 3);
-  EXPECT_EQ(calls, 3);
-}
-
-TEST(EventLoopTest, WatchingAgainReplacesEventsAndHandler) {
-  EventLoop loop;
-  const Pipe pipe = makePipe();
-  std::vector<std::string> called;
-  loop.watch(pipe.writer.get(), POLLIN, [&](short) { called.emplace_back("replaced"); });
-  loop.watch(pipe.writer.get(), POLLOUT, [&](short) { called.emplace_back("present"); });
-  loop.runRound();
-  EXPECT_THAT(called, ElementsAre("present"));
-}
-
-TEST(EventLoopTest, AnUnwatchedDescriptorIsNotServed) {
-  ImpatientLoop loop;
-  const Pipe pipe = makePipe();
-  pipe.fill();
-  bool served = false;
-  loop.loop.watch(pipe.reader.get(), POLLIN, [&](short) { served = true; });
-  loop.loop.unwatch(pipe.reader.get());
-  loop.loop.unwatch(pipe.reader.get());
-  loop.runRound();
-  EXPECT_FALSE(served);
-}
-
-TEST(EventLoopTest, AHandlerMayUnwatchItsOwnDescriptorAndGoOn) {
-  ImpatientLoop loop;
-  const Pipe pipe = makePipe();
-  pipe.fill();
-  const auto calls = std::make_shared<int>(0);
-  loop.loop.watch(pipe.reader.get(), POLLIN, [&loop, &pipe, calls](short) {
-    loop.loop.unwatch(pipe.reader.get());
-    ++*calls;
-  });
-  loop.runRound();
-  loop.runRound();
-  EXPECT_EQ(*calls, 1);
-  EXPECT_EQ(calls.use_count(), 1);
-}
-
-TEST(EventLoopTest, AHandlerMayUnwatchAnotherReadyDescriptorOfTheSameRound) {
-  EventLoop loop;
-  const std::array<Pipe, 2> pipes{makePipe(), makePipe()};
-  std::vector<int> served;
-  for (int own = 0; own < 2; ++own) {
-    pipes.at(static_cast<std::size_t>(own)).fill();
-    const int other = pipes.at(static_cast<std::size_t>(1 - own)).reader.get();
-    loop.watch(pipes.at(static_cast<std::size_t>(own)).reader.get(), POLLIN,
-               [&loop, &served, own, other](short) {
-                 served.push_back(own);
-                 loop.unwatch(other);
-               });
-  }
-  loop.runRound();
-  EXPECT_EQ(served.size(), 1U);
-}
-
-TEST(EventLoopTest, AWatchMadeDuringARoundDoesNotHearOfItsPredecessorsReadiness) {
-  EventLoop loop;
-  const std::array<Pipe, 2> pipes{makePipe(), makePipe()};
-  bool heard = false;
-  const auto replaceBoth = [&](short) {
-    for (const auto& each : pipes) {
-      loop.watch(each.reader.get(), POLLIN, [&](short) { heard = true; });
-    }
-  };
-  for (const auto& each : pipes) {
-    each.fill();
-    loop.watch(each.reader.get(), POLLIN, replaceBoth);
-  }
-  loop.runRound();
-  EXPECT_FALSE(heard);
-  loop.runRound();
-  EXPECT_TRUE(heard);
 }
 
 TEST(EventLoopTest, TheLoopLetsGoOfWorkAndHandlersWithoutCallingThem) {

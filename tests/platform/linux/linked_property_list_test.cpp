@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "tests/platform/linux/property_list_entries.h"
+#include "tests/platform/linux/property_lists.h"
 
 namespace blindfold {
 namespace {
