@@ -104,7 +104,7 @@ remove_daemon() {
 }
 
 # clean_up_at_exit: makes $work, a directory for the script's files. From now on it goes with the
-# script, and so does the daemon, on errors and Ctrl-C too.
+# script, and so does the daemon, on errors, on Ctrl-C and with the terminal too.
 clean_up_at_exit() {
   trap clean_up EXIT
   trap 'exit 129' HUP
@@ -113,7 +113,10 @@ clean_up_at_exit() {
   work=$(mktemp -d "${TMPDIR:-/tmp}/blindfold.XXXXXX")
 }
 
+# Goes through to its end, whatever fails and whoever interrupts.
 clean_up() {
+  trap '' HUP INT TERM PIPE
+  set +e
   remove_daemon
   rm -rf "${work:-}"
 }

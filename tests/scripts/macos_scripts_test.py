@@ -4,6 +4,7 @@ Every command that only a Mac has is a stand-in that records its arguments, and 
 to. The clone stands in a directory whose name needs quoting, and so does the temporary directory.
 """
 
+import itertools
 import json
 import pathlib
 import plistlib
@@ -20,15 +21,18 @@ LABEL = "app.blindfold.helper.dev"
 DIRECTORY = f"/var/run/{LABEL}"
 PROPERTY_LIST = f"{DIRECTORY}/{LABEL}.plist"
 
-# A stand-in: records its name and arguments, fails if it is the one that is to fail, and does the
-# little that the scripts need of it.
+# A stand-in: records its name and arguments, fails or interrupts if it is the one that is to, and does
+# the little that the scripts need of it. A terminal interrupts whatever runs in it; kill(1), and a pipe
+# that nobody reads any more, interrupt the script alone.
 STAND_IN = """\
 #!/bin/sh
 name=${0##*/}
 { printf '%s' "$name"; for each in "$@"; do printf '\\037%s' "$each"; done; echo; } >>"$LOG"
 number=$(grep -c '' "$LOG")
 if [ "$number" = "$FAILS" ]; then echo "$name fails" >&2; exit 1; fi
-if [ "$number" = "$INTERRUPTS" ]; then kill -INT "$PPID"; fi
+if [ "$number" = "$INTERRUPTS" ]; then
+  case $SIGNAL in HUP | INT) kill -s "$SIGNAL" 0 ;; *) kill -s "$SIGNAL" "$SCRIPT" ;; esac
+fi
 bootstraps=$(grep -c bootstrap "$LOG")
 case "$name $*" in
   uname*) echo Darwin ;;
@@ -116,9 +120,10 @@ class ScriptRun:
         environment = {"PATH": str(tools), "TMPDIR": str(temporary), "BASH_ENV": str(old_bash),
                        "LOG": str(log), "PREFIX": str(root / "homebrew"),
                        "LC_ALL": "C.UTF-8", **settings}
-        self.result = subprocess.run([tools / "bash", self.clone / "scripts" / script],
-                                     env=environment, cwd=root, capture_output=True, text=True,
-                                     timeout=60)
+        self.result = subprocess.run(
+            [tools / "bash", "-c", 'SCRIPT=$$ exec bash "$0"', self.clone / "scripts" / script],
+            env=environment, cwd=root, capture_output=True, text=True, timeout=60,
+            start_new_session=True)
         self.status = self.result.returncode
         self.errors = self.result.stderr
         self.log = [line.split("\x1f") for line in log.read_text().splitlines()]
@@ -132,6 +137,10 @@ class ScriptRun:
 
 
 REMOVAL = [["sudo", "launchctl", "bootout", f"system/{LABEL}"], ["sudo", "rm", "-rf", DIRECTORY]]
+
+
+# Signals, and the status of a script that one ends.
+INTERRUPTIONS = (("HUP", 129), ("INT", 130), ("PIPE", 141), ("TERM", 143))
 
 
 def installation(property_list):
@@ -221,13 +230,25 @@ class ScriptsTest(unittest.TestCase):
         self.assert_removed(run)
 
     def test_an_interruption_at_any_step_leaves_nothing(self):
-        commands = ScriptRun(self, "demo").commands()
-        bootstrap = next(n for n, each in enumerate(commands, 1) if "bootstrap" in each)
-        for number in range(bootstrap - 3, bootstrap + 4):
-            with self.subTest(number=number, command=commands[number - 1]):
-                run = ScriptRun(self, "demo", INTERRUPTS=str(number))
-                self.assertEqual(run.status, 130)
-                self.assert_removed(run)
+        for script in ("demo", "test"):
+            steps = len(ScriptRun(self, script).commands()) - len(REMOVAL)
+            # Neighbours differ, so that each signal comes in each part of a script.
+            for number, (name, status) in zip(range(1, steps + 1), itertools.cycle(INTERRUPTIONS)):
+                with self.subTest(script=script, signal=name, number=number):
+                    run = ScriptRun(self, script, INTERRUPTS=str(number), SIGNAL=name)
+                    # Until there is something to remove, the signal itself ends the script.
+                    self.assertIn(run.status, (status, 128 - status))
+                    self.assert_removed(run)
+
+    def test_an_interruption_of_the_removal_does_not_end_it(self):
+        for script in ("demo", "test"):
+            last = len(ScriptRun(self, script).commands())
+            for number in (last - 1, last):
+                for name, _ in INTERRUPTIONS:
+                    with self.subTest(script=script, signal=name, number=number):
+                        run = ScriptRun(self, script, INTERRUPTS=str(number), SIGNAL=name)
+                        self.assertEqual(run.status, 0)
+                        self.assert_removed(run)
 
     def test_what_is_missing_is_named_with_the_command_that_installs_it(self):
         for missing, command in (("xcrun", "xcode-select --install"), ("cmake", "brew install cmake"),
