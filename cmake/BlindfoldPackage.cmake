@@ -65,7 +65,7 @@ if(BLINDFOLD_SHARED_LIBRARY)
     VERSION "${PROJECT_VERSION}" SOVERSION "${PROJECT_VERSION_MAJOR}")
   if(APPLE)
     set(exported "${PROJECT_SOURCE_DIR}/blindfold/library/exported_functions.txt")
-    # The cross-compiler's linker has no such list; what is hidden stays so.
+    # The cross-compiler's linker takes no such list, and exports hidden names too.
     if(NOT CMAKE_CROSSCOMPILING)
       target_link_options(blindfold_shared PRIVATE "LINKER:-exported_symbols_list,${exported}")
     endif()

@@ -34,6 +34,7 @@ needed_of() {
     libgtest-dev) echo "header gtest/gtest.h" ;;
     libobjc-12-dev) echo "file /usr/lib/gcc/*/*/include/objc/runtime.h" ;;
     libsimdjson-dev) echo "header simdjson.h" ;;
+    lld-19) echo "command ld64.lld-19" ;;
     llvm-19) echo "command llvm-lipo-19" ;;
     nlohmann-json3-dev) echo "header nlohmann/json.hpp" ;;
     ninja-build) echo "command ninja" ;;

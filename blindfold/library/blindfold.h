@@ -21,6 +21,9 @@
 extern "C" {
 #endif
 
+/* Exported, even by a library whose other names are hidden. */
+#pragma GCC visibility push(default)
+
 /* The helper's client. Owned by whoever made it. */
 typedef struct blindfold_client blindfold_client;
 
@@ -113,6 +116,8 @@ void blindfold_request_cancel(blindfold_request* request);
 
 /* Cancels the request and frees it. Not while another thread waits for it. */
 void blindfold_request_free(blindfold_request* request);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

@@ -40,6 +40,7 @@ case "$name $*" in
   "brew --prefix") echo "$PREFIX" ;;
   sysctl*) echo 4 ;;
   lipo*) echo x86_64 arm64 ;;
+  nm*) { grep -o 'blindfold_[a-z_]*(' blindfold/library/blindfold.h; printf '%s' "$EXPORTED"; } | sed 's/^/_/; s/($//' ;;
   otool*) echo "<string>app.blindfold.cli</string>" ;;
   vtool*) echo "    minos 14.0" ;;
   "codesign --verify "*) echo "satisfies its Designated Requirement" ;;
@@ -63,7 +64,7 @@ case "$name $*" in
 esac
 """
 
-STAND_INS = ["brew", "cmake", "codesign", "ctest", "launchctl", "lipo", "ninja", "otool", "sudo",
+STAND_INS = ["brew", "cmake", "codesign", "ctest", "launchctl", "lipo", "ninja", "nm", "otool", "sudo",
              "sysctl", "uname", "vtool", "xcrun"]
 
 # Of what bash has and POSIX has not, all that the scripts use. Bash 3.2, which macOS ships, has it.
@@ -107,11 +108,15 @@ class ScriptRun:
         for each in (self.clone, tools, temporary):
             each.mkdir()
         shutil.copytree(SOURCE / "scripts", self.clone / "scripts")
+        header = self.clone / "blindfold/library/blindfold.h"
+        header.parent.mkdir(parents=True)
+        shutil.copy(SOURCE / "blindfold/library/blindfold.h", header)
         for name in set(STAND_INS) - set(settings.pop("missing", [])):
             (tools / name).write_text(STAND_IN)
             (tools / name).chmod(0o755)
         # Of the machine's own commands, those that a Mac has too.
-        for name in ("bash", "cat", "cp", "dirname", "grep", "id", "mkdir", "mktemp", "rm", "sed", "tail"):
+        for name in ("bash", "cat", "cp", "dirname", "grep", "id", "mkdir", "mktemp", "rm", "sed", "sort",
+                     "tail", "tr"):
             (tools / name).symlink_to(shutil.which(name))
         old_bash = root / "old-bash"
         old_bash.write_text("BASH_COMPAT=3.2\nenable -n mapfile readarray 2>/dev/null || true\n")
@@ -195,9 +200,9 @@ class ScriptsTest(unittest.TestCase):
         self.assertIn("Every check has passed", run.result.stdout)
         self.assertEqual(run.commands("ctest"),
                          [["ctest", "--preset", "macos-test", "--parallel", "4", "--no-tests=error"]])
-        inspections = [each[0] for each in run.commands("lipo", "otool", "vtool", "codesign")]
-        self.assertEqual(inspections,
-                         ["lipo", "otool", "vtool", "vtool", "codesign", "codesign", "codesign"])
+        inspections = [each[0] for each in run.commands("nm", "lipo", "otool", "vtool", "codesign")]
+        self.assertEqual(inspections, ["nm", "nm", "lipo", "otool", "vtool", "vtool",
+                                       "codesign", "codesign", "codesign"])
         self.assert_removed(run)
 
     def test_the_daemon_gets_paths_as_they_are(self):
@@ -220,6 +225,12 @@ class ScriptsTest(unittest.TestCase):
                     self.assert_removed(run)
                     if command[:2] != ["launchctl", "print"]:
                         self.assertNotEqual(run.status, 0)
+
+    def test_a_library_that_exports_more_than_its_header_ends_the_checks(self):
+        run = ScriptRun(self, "test", EXPORTED="blindfold_internal")
+        self.assertEqual(run.status, 1)
+        self.assertIn("blindfold_internal", run.errors)
+        self.assertEqual(run.commands("sudo"), [])
 
     def test_a_tool_that_fails_ends_the_checks(self):
         commands = ScriptRun(self, "test").commands()
