@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "blindfold/cli/cli_error.h"
 #include "blindfold/cli/output.h"
@@ -61,7 +62,7 @@ std::map<std::string, std::int64_t> makeCorrelationSnapshot(
 
 HoldRequest makeBuiltInHoldRequest(const std::vector<CameraInfo>& cameras,
                                    const std::optional<std::string>& selectedCameraID,
-                                   const std::vector<TargetService>& resolvedTargets,
+                                   std::vector<TargetService> resolvedTargets,
                                    const std::vector<LaunchdServiceState>& serviceStates) {
   const CameraInfo* camera = selectCamera(cameras, selectedCameraID);
   if (camera == nullptr) throw CLIError::unsupportedCamera("No camera detected.");
@@ -72,9 +73,9 @@ HoldRequest makeBuiltInHoldRequest(const std::vector<CameraInfo>& cameras,
   }
   if (resolvedTargets.empty()) throw CLIError::noResolvedTargets();
 
-  return {camera->id,       CameraKind::builtIn,
-          resolvedTargets,  captureIsActive(*camera, resolvedTargets),
-          holdDurationHint, makeCorrelationSnapshot(serviceStates)};
+  const bool captureWasActive = captureIsActive(*camera, resolvedTargets);
+  return {camera->id,       CameraKind::builtIn, std::move(resolvedTargets),
+          captureWasActive, holdDurationHint,    makeCorrelationSnapshot(serviceStates)};
 }
 
 }  // namespace blindfold

@@ -34,7 +34,7 @@ std::map<std::string, std::int64_t> makeCorrelationSnapshot(
 /// allows no hold; see also `makeCorrelationSnapshot`.
 HoldRequest makeBuiltInHoldRequest(const std::vector<CameraInfo>& cameras,
                                    const std::optional<std::string>& selectedCameraID,
-                                   const std::vector<TargetService>& resolvedTargets,
+                                   std::vector<TargetService> resolvedTargets,
                                    const std::vector<LaunchdServiceState>& serviceStates);
 
 }  // namespace blindfold

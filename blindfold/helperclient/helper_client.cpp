@@ -16,8 +16,8 @@ namespace {
 using SharedState = std::shared_ptr<const HelperClientState>;
 
 MessageBody sending(HelperMessage message) {
-  return [message = std::move(message)](HelperProxy& proxy, ReplyHandler reply) {
-    proxy.send(message, std::move(reply));
+  return [message = std::move(message)](HelperProxy& proxy, ReplyHandler reply) mutable {
+    proxy.send(std::move(message), std::move(reply));
   };
 }
 

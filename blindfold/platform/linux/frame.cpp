@@ -62,21 +62,23 @@ Bytes encodeFrameHeader(FrameKind kind, std::size_t payloadSize) {
   return bytes;
 }
 
-Bytes encodeFrame(const Frame& frame) {
-  Bytes bytes = encodeFrameHeader(frame.kind, frame.payload.size());
-  bytes.reserve(frameHeaderSize + frame.payload.size());
-  return bytes += frame.payload;
+Bytes encodeFrame(Frame frame) {
+  frame.payload.insert(0, encodeFrameHeader(frame.kind, frame.payload.size()));
+  return std::move(frame.payload);
 }
 
 Bytes encodeMessage(const HelperMessage& message) {
   const HelperMethodDescription& method = describe(message.method);
   const ArgumentForm form = formOf(message.argument);
   assert(argumentForms[form].kind == method.argument);
+  const std::string_view argument = bytesOf(message.argument);
   Bytes payload;
+  // Room for a frame's header, so that a large message is not in memory twice.
+  payload.reserve(frameHeaderSize + 1 + method.selector.size() + 1 + argument.size());
   payload += static_cast<char>(method.selector.size());
   payload += method.selector;
   payload += static_cast<char>(form);
-  payload += bytesOf(message.argument);
+  payload += argument;
   return payload;
 }
 
@@ -99,6 +101,7 @@ HelperMessage decodeMessage(std::string_view payload) {
 }
 
 void FrameReader::append(std::string_view bytes) {
+  if (header_) bytes.remove_prefix(appendToPayload(bytes, header_->length));
   // At least as many bytes are dropped as are moved, so the whole takes linear time.
   if (taken_ >= arrived_.size() - taken_) {
     arrived_.erase(0, taken_);
@@ -108,18 +111,27 @@ void FrameReader::append(std::string_view bytes) {
 }
 
 std::optional<Frame> FrameReader::next() {
-  if (!header_ && arrived_.size() - taken_ >= frameHeaderSize) {
+  if (!header_) {
+    if (arrived_.size() - taken_ < frameHeaderSize) return std::nullopt;
     header_ = decodeHeader(std::string_view(arrived_).substr(taken_, frameHeaderSize));
     taken_ += frameHeaderSize;
+    taken_ += appendToPayload(std::string_view(arrived_).substr(taken_), header_->length);
   }
-  if (!header_) return std::nullopt;
-  const std::size_t part = std::min(header_->length - payload_.size(), arrived_.size() - taken_);
-  payload_.append(arrived_, taken_, part);
-  taken_ += part;
   if (payload_.size() < header_->length) return std::nullopt;
   Frame frame{header_->kind, std::exchange(payload_, {})};
   header_.reset();
   return frame;
+}
+
+/// Appends to the payload, which is `length` long in the end, what `bytes` begin with of it, and
+/// returns the size of that.
+std::size_t FrameReader::appendToPayload(std::string_view bytes, std::size_t length) {
+  // A payload that grew by doubling to its end would be in memory twice.
+  constexpr std::size_t certainPart = 8;
+  if (payload_.size() >= length / certainPart) payload_.reserve(length);
+  const std::size_t size = std::min(length - payload_.size(), bytes.size());
+  payload_.append(bytes.substr(0, size));
+  return size;
 }
 
 FrameReader::Header FrameReader::decodeHeader(std::string_view bytes) {

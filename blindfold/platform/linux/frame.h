@@ -33,7 +33,7 @@ struct Frame {
 Bytes encodeFrameHeader(FrameKind kind, std::size_t payloadSize);
 
 /// The frame's bytes, header included. Throws `PlatformError` when the payload is too large.
-Bytes encodeFrame(const Frame& frame);
+Bytes encodeFrame(Frame frame);
 
 /// The payload of the request frame for `message`, whose argument is of the kind that its method
 /// takes.
@@ -101,6 +101,7 @@ class FrameReader {
   };
 
   static Header decodeHeader(std::string_view bytes);
+  std::size_t appendToPayload(std::string_view bytes, std::size_t length);
 
   Bytes arrived_;                 ///< The end of the stream so far.
   std::size_t taken_ = 0;         ///< The number of its first bytes that belong to a frame already.

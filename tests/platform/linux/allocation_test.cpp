@@ -77,6 +77,40 @@ TEST(FrameReaderAllocationTest, APayloadTakesLittleMoreMemoryThanHasArrived) {
   }
 }
 
+TEST(FrameReaderAllocationTest, APayloadHasItsPlaceOnceAnEighthOfItHasCome) {
+  constexpr std::size_t length = 0x04'00'00'00;
+  const Bytes eighth(length / 8, 'x');
+  FrameReader reader;
+  reader.append("BLFD\x01\x02\0\0\x04\0\0\0"s);
+  EXPECT_EQ(reader.next(), std::nullopt);
+  reader.append(eighth);
+  const auto countForTheNext = [&] {
+    return countAllocations(eighth.size(), [&] { reader.append(eighth); });
+  };
+  EXPECT_EQ(countForTheNext(), 1);
+  for (int part = 3; part <= 8; ++part) EXPECT_EQ(countForTheNext(), 0);
+  EXPECT_TRUE(reader.next());
+}
+
+TEST(LinuxHelperConnectionAllocationTest, ARequestIsCopiedOnce) {
+  const TestHelper helper(answering({FrameKind::reply, "well"}));
+  EventLoop loop;
+  LinuxHelperConnectionProvider provider(loop);
+  const auto connection = provider.makePrivilegedConnection(helper.name());
+  connection->resume();
+  const auto proxy = connection->remoteObjectProxy([](const PlatformError&) {});
+  const Bytes argument(8'000'000, 'x');
+  HelperMessage message{HelperMethod::hold, DataArgument{argument}};
+  Bytes reply;
+  EXPECT_EQ(countAllocations(argument.size(),
+                             [&] {
+                               proxy->send(std::move(message),
+                                           [&](Bytes bytes) { reply = std::move(bytes); });
+                               while (reply.empty()) loop.runRound();
+                             }),
+            1);
+}
+
 TEST(LinuxHelperConnectionAllocationTest, AReplyIsHandedOverWithoutACopy) {
   const Bytes payload(8'000'000, 'x');
   const TestHelper helper(answering({FrameKind::reply, payload}));
