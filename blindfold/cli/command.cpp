@@ -18,52 +18,73 @@ namespace {
 /// A command's words behind its own: the operand, empty for a command that takes none.
 using Operand = std::string;
 
+/// Prints what `operation` yields.
+template <class Record>
+Task<void> print(Task<Record> operation) {
+  printJSON(co_await std::move(operation));
+}
+
 Task<DetectionResult> detection(HelperClient& client) {
   const std::string reply = co_await client.detectTargets(client.statusRequestTimeout);
   co_return decodeDetectionResult(reply);
 }
 
-Task<void> detect(HelperClient& client, Operand) {
-  printJSON(co_await detection(client));
+Task<OperationResult> holdOfDetectedCamera(HelperClient& client) {
+  DetectionResult detected = co_await detection(client);
+  HoldRequest request =
+      makeBuiltInHoldRequest(detected.cameras, detected.selectedCameraID,
+                             std::move(detected.resolvedTargets), detected.serviceStates);
+  co_return co_await client.hold(std::move(request));
 }
 
-Task<void> holdBuiltIn(HelperClient& client, Operand) {
-  const DetectionResult detected = co_await detection(client);
-  HoldRequest request = makeBuiltInHoldRequest(detected.cameras, detected.selectedCameraID,
-                                               detected.resolvedTargets, detected.serviceStates);
-  printJSON(co_await client.hold(std::move(request)));
+Task<void> status(HelperClient& client, const Operand&) {
+  return print(client.currentState());
 }
 
-Task<void> release(HelperClient& client, Operand) {
-  printJSON(co_await client.release(std::nullopt));
+Task<void> detect(HelperClient& client, const Operand&) {
+  return print(detection(client));
 }
 
-Task<void> renew(HelperClient& client, Operand leaseID) {
-  printJSON(co_await client.renew(std::move(leaseID)));
+Task<void> holdBuiltIn(HelperClient& client, const Operand&) {
+  return print(holdOfDetectedCamera(client));
 }
 
-/// A command that prints the result of an operation without argument.
-template <auto operation>
-Task<void> print(HelperClient& client, Operand) {
-  printJSON(co_await (client.*operation)());
+Task<void> release(HelperClient& client, const Operand&) {
+  return print(client.release(std::nullopt));
+}
+
+Task<void> restore(HelperClient& client, const Operand&) {
+  return print(client.restoreAll());
+}
+
+Task<void> renew(HelperClient& client, const Operand& leaseID) {
+  return print(client.renew(leaseID));
+}
+
+Task<void> mute(HelperClient& client, const Operand&) {
+  return print(client.muteMicrophones());
+}
+
+Task<void> unmute(HelperClient& client, const Operand&) {
+  return print(client.unmuteMicrophones());
 }
 
 struct Command {
   std::string_view word;
   std::string_view operand;  ///< The name of its operand in the usage; empty when it takes none.
-  Task<void> (*run)(HelperClient&, Operand);
+  Task<void> (*run)(HelperClient&, const Operand&);
 };
 
 /// The commands, in the order of the usage. The first one is the default.
 constexpr std::array commands{
-    Command{"status", "", print<&HelperClient::currentState>},
+    Command{"status", "", status},
     Command{"detect", "", detect},
     Command{"hold-built-in", "", holdBuiltIn},
     Command{"release", "", release},
-    Command{"restore", "", print<&HelperClient::restoreAll>},
+    Command{"restore", "", restore},
     Command{"renew", "<lease-id>", renew},
-    Command{"mute", "", print<&HelperClient::muteMicrophones>},
-    Command{"unmute", "", print<&HelperClient::unmuteMicrophones>},
+    Command{"mute", "", mute},
+    Command{"unmute", "", unmute},
 };
 
 std::string usage(std::string_view words) {
