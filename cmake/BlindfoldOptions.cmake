@@ -81,13 +81,16 @@ endif()
 
 # Without the dynamic linker a program starts in half the time. Such a program is not position
 # independent: relocating itself costs it more than a twentieth of a run (docs/performance.md).
-set(startUpScript "${CMAKE_CURRENT_LIST_DIR}/start_up.ld")
+set(staticProgramSource "${CMAKE_CURRENT_LIST_DIR}/static_program.cpp")
+set(startUpScripts
+    "${CMAKE_CURRENT_LIST_DIR}/start_up.ld" "${CMAKE_CURRENT_LIST_DIR}/start_up_order.ld")
+list(TRANSFORM startUpScripts PREPEND "LINKER:-T," OUTPUT_VARIABLE startUpOptions)
 set(staticByDefault OFF)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT BLINDFOLD_SANITIZERS)
   set(CMAKE_REQUIRED_LINK_OPTIONS -static)
   check_cxx_source_compiles("#include <string>\nint main() { return std::stoi(\"0\"); }"
                             BLINDFOLD_LINKS_STATIC_PROGRAMS)
-  list(APPEND CMAKE_REQUIRED_LINK_OPTIONS "LINKER:-T,${startUpScript}")
+  list(APPEND CMAKE_REQUIRED_LINK_OPTIONS ${startUpOptions})
   check_cxx_source_compiles("int main() {}" BLINDFOLD_PLACES_START_UP_CODE)
   unset(CMAKE_REQUIRED_LINK_OPTIONS)
   set(staticByDefault ${BLINDFOLD_LINKS_STATIC_PROGRAMS})
@@ -111,10 +114,12 @@ function(blindfold_link_for_shipping target)
     # register its unsorted tables, and the first exception sorts them, which takes milliseconds.
     "$<${static}:LINKER:--eh-frame-hdr>"
     "$<${static}:LINKER:--wrap=__register_frame_info>"
-    "$<${static}:LINKER:--wrap=__deregister_frame_info>")
+    "$<${static}:LINKER:--wrap=__deregister_frame_info>"
+    "$<${static}:LINKER:--wrap=_dl_get_origin>")
+  target_sources(${target} PRIVATE "$<${static}:${staticProgramSource}>")
   if(BLINDFOLD_PLACES_START_UP_CODE)
-    target_link_options(${target} PRIVATE "$<${static}:LINKER:-T,${startUpScript}>")
-    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${startUpScript}")
+    target_link_options(${target} PRIVATE "$<${static}:${startUpOptions}>")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${startUpScripts})
   endif()
   target_link_options(${target} PRIVATE "$<$<CONFIG:Release>:-s;-Wl,--gc-sections>")
 endfunction()

@@ -61,6 +61,11 @@ TEST_F(SystemCallTest, ARunOpensNoFileAndLooksForTheHelperOnly) {
   EXPECT_EQ(count(calls, "access"), 1);
 }
 
+TEST_F(SystemCallTest, ARunDoesNotAskWhereItsFileIs) {
+  startHelper();
+  EXPECT_EQ(count(systemCalls({"status"}), "readlink"), 0);
+}
+
 TEST_F(SystemCallTest, ARequestIsOneConnectionAndOneMessage) {
   startHelper();
   const auto calls = systemCalls({"status"});
