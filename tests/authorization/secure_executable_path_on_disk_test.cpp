@@ -19,7 +19,7 @@
 #include "blindfold/platform/linux/linux_file_manager.h"
 #include "tests/support/fake_bundle.h"
 #include "tests/support/fake_code_signing.h"
-#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

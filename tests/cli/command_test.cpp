@@ -15,6 +15,7 @@
 #include "blindfold/model/json/json_decoder.h"
 #include "tests/support/fake_platform.h"
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

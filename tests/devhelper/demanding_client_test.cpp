@@ -16,7 +16,7 @@
 #include "blindfold/platform/linux/frame.h"
 #include "tests/devhelper/raw_client.h"
 #include "tests/devhelper/running_helper.h"
-#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

@@ -10,7 +10,7 @@
 
 #include "blindfold/model/json/json_decoder.h"
 #include "blindfold/model/json/json_encoder.h"
-#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

@@ -23,7 +23,7 @@
 #include "tests/devhelper/raw_client.h"
 #include "tests/devhelper/running_helper.h"
 #include "tests/support/failing_call.h"
-#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

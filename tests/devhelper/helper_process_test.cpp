@@ -24,6 +24,7 @@
 #include "tests/devhelper/raw_client.h"
 #include "tests/devhelper/running_helper.h"
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 // The helper without a script, and its life as a process.
 namespace blindfold {

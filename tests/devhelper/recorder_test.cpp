@@ -11,6 +11,7 @@
 
 #include "blindfold/platform/platform_error.h"
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

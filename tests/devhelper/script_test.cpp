@@ -9,7 +9,7 @@
 
 #include "blindfold/platform/platform_error.h"
 #include "devhelper/messages.h"
-#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

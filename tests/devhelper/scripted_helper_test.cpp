@@ -13,6 +13,7 @@
 #include "tests/devhelper/raw_client.h"
 #include "tests/devhelper/running_helper.h"
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 // A client's view of every action of a script.
 namespace blindfold {

@@ -9,6 +9,7 @@
 
 #include "tests/devhelper/running_helper.h"
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 

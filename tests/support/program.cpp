@@ -19,7 +19,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <iostream>
 #include <system_error>
 #include <utility>
@@ -388,20 +387,6 @@ ProgramResult runInChild(const std::function<void()>& function,
                                                                 std::move(error.readEnd), start,
                                                                 deadline))
       .wait();
-}
-
-TemporaryDirectory::TemporaryDirectory()
-    : TemporaryDirectory(
-          std::filesystem::canonical(std::filesystem::temp_directory_path()).string()) {}
-
-TemporaryDirectory::TemporaryDirectory(const std::string& parent)
-    : path_(parent + "/blindfold-XXXXXX") {
-  if (mkdtemp(path_.data()) == nullptr) throwError(errno, "mkdtemp");
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
 }
 
 }  // namespace blindfold

@@ -1,4 +1,5 @@
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -171,17 +172,6 @@ TEST(RunInChildTest, AFunctionMayExitItself) {
 TEST(RunInChildTest, AFunctionThatThrowsIsAborted) {
   const auto result = runInChild([] { throw 1; });
   EXPECT_EQ(result.signal, SIGABRT);
-}
-
-TEST(TemporaryDirectoryTest, ItGoesAwayWithEverythingInIt) {
-  std::string path;
-  {
-    const TemporaryDirectory directory;
-    path = directory.path();
-    std::filesystem::create_directories(path + "/a/b");
-    EXPECT_TRUE(std::filesystem::path(path).is_absolute());
-  }
-  EXPECT_FALSE(std::filesystem::exists(path));
 }
 }  // namespace
 }  // namespace blindfold

@@ -9,7 +9,7 @@
 
 #include "blindfold/platform/bundle.h"
 #include "tests/support/own_executable.h"
-#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 

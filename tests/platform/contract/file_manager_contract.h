@@ -9,7 +9,7 @@
 #include <string>
 
 #include "blindfold/platform/file_manager.h"
-#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 

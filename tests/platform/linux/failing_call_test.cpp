@@ -27,6 +27,7 @@
 #include "tests/platform/linux/test_request.h"
 #include "tests/support/failing_call.h"
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

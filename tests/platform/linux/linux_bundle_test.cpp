@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

@@ -16,6 +16,7 @@
 
 #include "blindfold/platform/posix/file_descriptor.h"
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 namespace {

@@ -15,8 +15,8 @@
 #include "in_process_service.h"
 #include "security_stand_in.h"
 #include "tests/support/fake_main_loop.h"
-#include "tests/support/program.h"
 #include "tests/support/task_ending.h"
+#include "tests/support/temporary_directory.h"
 
 namespace blindfold {
 
