@@ -1,6 +1,7 @@
 """Measures the tool beside its peers and prints one table; see scripts/bench."""
 
 import argparse
+import collections
 import contextlib
 import json
 import os
@@ -121,8 +122,8 @@ def system_calls(*command):
         return sum(1 for line in trace if re.match(r"\d+ +\w+\(", line))
 
 
-def in_microseconds(runs):
-    return f"{statistics.median(runs.nanoseconds) / 1000:.0f} µs"
+def in_microseconds(runs, decimals=0):
+    return f"{statistics.median(runs.nanoseconds) / 1000:,.{decimals}f} µs"
 
 
 def in_milliseconds(runs):
@@ -158,21 +159,23 @@ def rows_of_codec(rows):
         print("The codec is not measured: its peers are not installed.", file=sys.stderr)
         return
     result = subprocess.run(
-        [program, "--benchmark_format=json", "--benchmark_repetitions=9",
-         "--benchmark_min_time=0.1",
+        [program, "--benchmark_format=json", "--benchmark_repetitions=41",
+         "--benchmark_min_time=0.02",
          "--benchmark_filter=Blindfold|decodeSimdjson|encodeRapidJSON",
-         "--benchmark_enable_random_interleaving=true", "--benchmark_report_aggregates_only=true"],
+         "--benchmark_enable_random_interleaving=true"],
         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
-    times = {each["run_name"]: each["cpu_time"] for each in json.loads(result.stdout)["benchmarks"]
-             if each["aggregate_name"] == "median"}
+    times = collections.defaultdict(Runs)
+    for each in json.loads(result.stdout)["benchmarks"]:
+        if each["run_type"] == "iteration":
+            times[each["run_name"]].nanoseconds.append(each["cpu_time"])
     sizes = sorted({name.split("/")[1] for name in times}, key=int)
     for size, label in zip(sizes, ("1.3 KB", "9 MB")):
         for ours, other, name, goal in (
                 ("decodeBlindfold", "decodeSimdjson", "simdjson", 1.0),
                 ("encodeBlindfold", "encodeRapidJSON", "RapidJSON", 0.9)):
             mine, theirs = times[f"{ours}/{size}"], times[f"{other}/{size}"]
-            rows.append(Row(f"{ours[:6]} {label}, beside {name}", f"{mine / 1000:,.2f} µs",
-                            f"{theirs / 1000:,.2f} µs", mine / theirs, goal))
+            rows.append(Row(f"{ours[:6]} {label}, beside {name}", in_microseconds(mine, 2),
+                            in_microseconds(theirs, 2), paired_ratio(mine, theirs), goal))
 
 
 def row_of_memory(rows, directory):
