@@ -67,7 +67,8 @@ TEST_F(GiveUpRaceEndToEndTest, TenThousandRequestsGivenUpAtRandomMomentsLeaveNoD
 
   race.run(0, requestCount);
 
-  EXPECT_TRUE(eventually([&] { return openDescriptors() == descriptors; }))
+  // Fewer, when a connection of the first hundred requests was not closed yet as it was counted.
+  EXPECT_TRUE(eventually([&] { return openDescriptors() <= descriptors; }))
       << openDescriptors() << " descriptors, " << descriptors << " before";
   EXPECT_GT(race.calledBack(), 0);
   EXPECT_GT(race.givenUp(), 0);

@@ -3,6 +3,7 @@
  */
 #define _GNU_SOURCE /* memfd_create */
 #include <pthread.h>
+#include <semaphore.h>
 #include <signal.h>
 #include <stdbool.h>
 #include <stdio.h>
@@ -195,8 +196,15 @@ static void testCallbacks(void) {
   stopHelper(process);
 }
 
-static void* waitFor(void* request) {
-  return (void*)blindfold_wait(request);
+struct waiting {
+  blindfold_request* request;
+  sem_t begun;
+};
+
+static void* waitFor(void* context) {
+  struct waiting* waiting = context;
+  sem_post(&waiting->begun);
+  return (void*)blindfold_wait(waiting->request);
 }
 
 static void testCancelling(void) {
@@ -214,8 +222,11 @@ static void testCancelling(void) {
 
   client = blindfold_client_create_for(true, service, helper);
   request = blindfold_current_state(client);
+  struct waiting waiting = {.request = request};
+  sem_init(&waiting.begun, 0, 0);
   pthread_t thread;
-  pthread_create(&thread, NULL, waitFor, request);
+  pthread_create(&thread, NULL, waitFor, &waiting);
+  sem_wait(&waiting.begun);
   usleep(20000);
   blindfold_request_cancel(request);
   void* outcome = NULL;
