@@ -35,8 +35,8 @@ class Section:
     def rank(self):
         """Sections of all commands come first, then those of each command that the first one does
         not have, in the order of the commands."""
-        isEverywhere = len(self.commands) == len(COMMANDS)
-        return (0 if isEverywhere else 1 + min(self.commands), -len(self.commands), self.address)
+        is_everywhere = len(self.commands) == len(COMMANDS)
+        return (0 if is_everywhere else 1 + min(self.commands), -len(self.commands), self.address)
 
 
 def sections(linker_map):
