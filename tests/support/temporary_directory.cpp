@@ -1,5 +1,7 @@
 #include "tests/support/temporary_directory.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
