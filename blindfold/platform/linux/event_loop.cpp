@@ -290,7 +290,7 @@ void EventLoop::State::waitForDescriptors(Lock& lock) {
   const int timeout = pollTimeout();
   if (descriptors_.isEmpty() && timeout == 0) return;
   auto polled = descriptors_.wait(lock, timeout);
-  if (!serves()) handingOver_.notify_one();
+  if (!serves()) handingOver_.notify_all();
   for (std::size_t i = 0; i < polled.serials.size() && serves(); ++i) {
     descriptors_.callHandler(lock, polled, i);
   }
